@@ -1,0 +1,43 @@
+// The parsed command line.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct LaunchOptions {
+  std::string shot;          // --shot PATH
+  std::string seed;          // --seed TEXT
+  std::string type;          // --type KEY
+  int32_t tab = -1;          // --tab N
+  double dist = 0.0;         // --dist D
+  double dive = 0.0;         // --dive SECONDS
+  double diveSpeed = 1.2;    // --dive-speed
+  double diveUntil = 0.0;    // --dive-until DISTANCE
+  int32_t samples = 0;       // --samples N
+  bool deep = false;         // --deep
+  bool hideUi = false;       // --hide-ui
+
+  bool screensaver = false;  // /s, -s
+  bool preview = false;      // /p…: exit at once
+  bool configure = false;    // /c…: information box, exit
+  bool inputTest = false;    // --input-test
+  std::string windowId;      // -window-id ID (or $XSCREENSAVER_WINDOW)
+
+  // Beyond the classic switches.
+  bool printPreset = false;  // --print-preset [FILE]
+  std::string file;          // positional FILE (also the argument of --print-preset)
+  int width = 0, height = 0; // --size WxH
+  bool headless = false;     // --headless
+  bool help = false;         // --help
+  bool version = false;      // --version
+  std::string error;         // a malformed value, e.g. "--size abc"
+};
+
+// argv[0] is skipped. Matching is case-blind; values are taken as they stand.
+LaunchOptions parseCommandLine(const std::vector<std::string>& args);
+std::string usageText();
+std::string versionText();
+// --print-preset: writes the preset (indent 2) to `out`, or an error line to
+// `err`; returns the exit status.
+int runPrintPreset(const LaunchOptions& o, std::string& out, std::string& err);

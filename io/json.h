@@ -1,0 +1,43 @@
+// A small JSON value tree: objects keep insertion order, numbers are doubles,
+// strings are UTF-8 bytes. Parse errors throw std::runtime_error with a short
+// Russian message that the file flows show to the user.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+struct JsonValue {
+  enum Type { Null = 0, Bool = 1, Number = 2, String = 3, Array = 4, Object = 5 };
+
+  Type type = Null;
+  bool boolean = false;
+  double number = 0;
+  std::string text;
+  std::vector<JsonValue> items;
+  std::vector<std::pair<std::string, JsonValue>> members;
+
+  static JsonValue makeBool(bool b);
+  static JsonValue makeNumber(double n);
+  static JsonValue makeString(std::string s);
+  static JsonValue makeArray();
+  static JsonValue makeObject();
+
+  bool isObject() const { return type == Object; }
+  bool isArray() const { return type == Array; }
+  bool isNumber() const { return type == Number; }
+  bool isString() const { return type == String; }
+  bool isBool() const { return type == Bool; }
+};
+
+inline constexpr int kJsonMaxDepth = 512;
+
+// Replaces an existing member in place or appends a new one.
+void set(JsonValue& object, const std::string& key, JsonValue value);
+const JsonValue* find(const JsonValue& object, const std::string& key);
+double numberOr(const JsonValue& object, const std::string& key, double fallback);
+std::string stringOr(const JsonValue& object, const std::string& key, const std::string& fallback);
+
+JsonValue parseJson(std::string_view text);
+std::string writeJson(const JsonValue& value, int indent, int level = 0);

@@ -1,0 +1,41 @@
+// The settings file "state.json": the last fractal, the render-quality choices
+// and the recent seeds. Read once at start-up, written once at a normal quit.
+#pragma once
+
+#include "model/history.h"
+#include "model/params.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The fourteen "quality" members, in the order they are written. The values
+// here are what a first run uses.
+struct AppSettings {
+  double resScale = 0;      // "Разрешение": 0 = automatic (at most 2.4 Mpx)
+  int32_t samples = 256;    // "Сэмплов": target samples per pixel
+  int32_t maxSteps = 320;   // "Шагов луча"
+  double precision = 1.0;   // "Детализация": surface tolerance in pixels
+  int32_t deep = 0;         // "Режим fp64": 0 automatic, 1 never, 2 always
+  double diveSpeed = 0.35;
+  double mutation = 0.5;    // "Сила мутаций", 0..1
+  bool shadows = true;
+  bool ao = true;
+  bool adaptive = true;
+  bool autoIter = true;
+  bool prepass = true;
+  bool gi = false;
+  bool vsync = true;
+
+  bool operator==(const AppSettings&) const = default;
+};
+
+// Applies what it can read, in file order, and stops silently at the first
+// failure: what was applied stays. Returns whether the whole file was read.
+bool loadState(const std::string& path, FractalParams& current, AppSettings& settings,
+               std::vector<RecentSeed>& recent);
+std::string stateText(const FractalParams& current, const AppSettings& settings,
+                      const std::vector<RecentSeed>& recent);
+// Writes atomically (temporary file + rename). Returns success; callers stay silent.
+bool saveState(const std::string& path, const FractalParams& current, const AppSettings& settings,
+               const std::vector<RecentSeed>& recent);

@@ -1,0 +1,122 @@
+// platform.h — the only door to the operating system.
+//
+// Everything outside platform/ talks to windows, GL contexts, events, files'
+// folders, message boxes and the PNG pixel encoder through these records and
+// free functions. One implementation file per backend is chosen by CMake
+// (platform_sdl.cpp on Linux). Error convention: functions that can fail
+// return false / an empty value and, where useful, fill an error string;
+// nothing here throws.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// [SECTION] Window and GL context
+
+enum class WindowKind {
+  Normal,       // 1600×950 client area (or the requested size), resizable
+  ScreenSaver,  // borderless, topmost, over all displays, cursor hidden
+  Headless,     // no window: an offscreen GL 4.3 core context
+};
+
+struct WindowDesc {
+  WindowKind kind = WindowKind::Normal;
+  int width = 1600;   // client size; 0 = default
+  int height = 950;
+  std::string title = "Quorvan Telix 3D";
+  bool forceHeadless = false;  // --headless: offscreen even when a display exists
+};
+
+struct Window;  // opaque
+
+// Creates the window (or headless context) with a current OpenGL 4.3 core
+// context. With no display available a Normal request falls back to Headless.
+// Returns nullptr and fills `error` on failure.
+Window* createWindow(const WindowDesc& desc, std::string& error);
+void destroyWindow(Window* w);
+
+bool isHeadless(const Window* w);
+// Address of a GL entry point (core and extension), nullptr when absent.
+void* glProcAddress(const char* name);
+// The framebuffer the program should treat as "the window": 0 for a real
+// window; for a headless context an FBO of the client size made by the
+// platform (re-created on resize). Bind it instead of 0.
+uint32_t defaultFramebuffer(const Window* w);
+void swapBuffers(Window* w);
+// Returns false when the driver refuses; never fatal.
+bool setSwapInterval(Window* w, int interval);
+void setTitle(Window* w, const std::string& utf8);
+void drawableSize(const Window* w, int& width, int& height);
+// Headless only: changes the size of the stand-in framebuffer.
+void setHeadlessSize(Window* w, int width, int height);
+double dpiScale(const Window* w);
+void toggleFullscreen(Window* w);
+bool isFullscreen(const Window* w);
+
+// [SECTION] Events
+
+enum class EventType {
+  None, MouseMove, MouseDown, MouseUp, MouseWheel, KeyDown, KeyUp, Text,
+  DropFile, Resize, Close, FocusLost,
+};
+
+enum Modifier : uint32_t { kModShift = 1, kModCtrl = 2, kModAlt = 4 };
+
+// Layout-independent key codes (physical positions, named after US letters).
+enum Key : int32_t {
+  kKeyUnknown = 0,
+  kKeyA = 'a', kKeyZ = 'z',  // letters are their lower-case ASCII
+  kKey0 = '0', kKey9 = '9',  // digits likewise
+  kKeyEscape = 256, kKeyEnter, kKeyTab, kKeyBackspace, kKeyDelete, kKeySpace,
+  kKeyLeft, kKeyRight, kKeyUp, kKeyDown, kKeyHome, kKeyEnd, kKeyPageUp, kKeyPageDown,
+  kKeyF1, kKeyF2, kKeyF3, kKeyF4, kKeyF5, kKeyF6, kKeyF7, kKeyF8, kKeyF9, kKeyF10,
+  kKeyF11, kKeyF12, kKeyShift, kKeyCtrl, kKeyAlt, kKeyMinus, kKeyEquals,
+  kKeyLeftBracket, kKeyRightBracket, kKeyComma, kKeyPeriod, kKeySlash,
+};
+
+struct InputEvent {
+  EventType type = EventType::None;
+  int x = 0, y = 0;         // mouse position in client pixels, top-left origin
+  int button = 0;           // 1 left, 2 middle, 3 right
+  int clicks = 0;           // 2 for a double click
+  float wheel = 0;          // notches, positive away from the user
+  int32_t key = kKeyUnknown;
+  uint32_t mods = 0;        // Modifier bits taken from the event itself
+  bool repeat = false;
+  std::string text;         // UTF-8 typed text, or the dropped file's path
+  int width = 0, height = 0;  // Resize
+};
+
+// Blocks until at least one event arrives (or timeoutMs passes, -1 = forever),
+// then returns everything pending.
+std::vector<InputEvent> waitEvents(Window* w, int timeoutMs);
+std::vector<InputEvent> pollEvents(Window* w);
+// Injects a synthetic OS event that travels the same path as a user's.
+void postEvent(Window* w, const InputEvent& e);
+
+// [SECTION] Desktop services
+
+std::string clipboardText();
+void setClipboardText(const std::string& utf8);
+// Message box on the window, or stderr when headless / no window. `error`
+// picks the icon.
+void messageBox(Window* w, const std::string& title, const std::string& text, bool error);
+// Monotonic clock in seconds.
+double now();
+
+// Settings folder ($XDG_CONFIG_HOME/Quorvantelix or ~/.config/Quorvantelix)
+// and pictures folder (XDG pictures dir, ~/Pictures or ~, + "/Quorvan Telix").
+// Each is created when missing; an empty string when no folder can be had.
+std::string settingsFolder();
+std::string picturesFolder();
+
+// [SECTION] PNG pixel encoding
+
+// Encodes RGBA pixels (4 bytes each, rows bottom-up as GL reads them back)
+// into PNG bytes, top-down and opaque. Returns false on failure.
+bool encodePngPixels(const uint8_t* rgbaBottomUp, int width, int height, std::string& png);
+
+}  // namespace platform
