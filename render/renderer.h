@@ -1,0 +1,187 @@
+// renderer.h — the renderer as the shell sees it: start-up, the per-frame
+// driver, the tiled photo render and a few read-only queries.
+//
+// Use:
+//   Renderer r;
+//   if (!initRenderer(r, platform::glProcAddress, error)) { show error; exit }
+//   if (!setFractal(r, params, error)) { show error; exit }   // first type's program
+//   loop: fill a FrameInput, wantMore = renderFrame(r, in), draw UI, swap
+//   any change of record, camera, size, palette or mode: resetAccumulation(r)
+//   before the context goes: destroyRenderer(r)
+//
+// The renderer never includes SDL or any OS header: GL entry points come from
+// the loader callback given to initRenderer. Everything it draws goes to its
+// own framebuffer objects; `windowFbo` is only the composite's destination.
+// Error convention: start-up functions return false and fill `error` with the
+// program's Russian message; per-frame failures are kept in the renderer
+// (errorText, shaderMessage) and never throw.
+#pragma once
+
+#include "io/settings.h"
+#include "model/params.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+// [SECTION] Input records filled by the shell
+
+struct CameraView {
+  double pos[3] = {0, 0, 3.4};     // eye position
+  float basis[9] = {1, 0, 0, 0, 1, 0, 0, 0, -1};  // column-major mat3: right, up, forward
+  double distance = 3.4;           // eye-to-target distance; also the scene scale
+  double tanHalfFov = 0.4663;      // tan(fov° · π/360)
+};
+
+struct FrameInput {
+  double now = 0;                  // platform::now()
+  int width = 0, height = 0;       // client (drawable) size in pixels
+  uint32_t windowFbo = 0;          // platform::defaultFramebuffer(window)
+  const FractalParams* params = nullptr;  // the current record (palette, lighting, post)
+  CameraView camera;
+  bool cameraMoving = false;       // the camera update reported motion this frame
+  bool animating = false;          // live mode / palette animation / dive running, not paused
+  bool diveActive = false;         // iterations and step budget grow with depth
+  bool deepForced = false;         // --deep: the fp64 setting counts as 2 ("always")
+  double shiftTarget = 0;          // image shift target in window pixels (half the panel width, or 0)
+  double palettePhase = 0;         // palette animation phase in palette lengths; a change refills
+  int targetSamples = 0;           // samples to accumulate; 0 = settings->samples
+  const AppSettings* settings = nullptr;
+};
+
+// [SECTION] GL objects (plain names; the typed wrappers keep a texture from
+// being passed where a framebuffer belongs)
+
+struct Texture { uint32_t id = 0; };
+struct Framebuffer { uint32_t id = 0; };
+struct Program { uint32_t id = 0; };
+
+struct RenderTarget {
+  Texture tex;
+  Framebuffer fbo;
+  int width = 0, height = 0;
+};
+
+// 64-bit FNV-1a over the uniform name.
+struct UniformNameHash {
+  size_t operator()(const std::string& s) const;
+};
+using UniformMap = std::unordered_map<std::string, int32_t, UniformNameHash>;
+
+// Lighting and post values derived from the record once per frame.
+struct Lighting {
+  float lightDir[3] = {0, 1, 0};
+  float glowCol[3] = {0, 0, 0};    // linear
+  float bgTop[3] = {0, 0, 0};      // linear
+  float bgBot[3] = {0, 0, 0};      // linear
+  float light = 1, ambient = 0.5f, spec = 0.6f, shadowSoft = 10, metal = 0, irid = 0;
+  float glow = 0, fog = 0, aperture = 0, focus = 2.7f, exposure = 1, bloom = 0, vignette = 0;
+};
+
+// [SECTION] The renderer record
+
+struct Renderer {
+  // GL objects
+  uint32_t vao = 0;
+  Texture palette;
+  Program brightPass, blur, composite;
+  RenderTarget accumA, accumB;     // A holds the accumulated picture; B receives each blend
+  RenderTarget bloom0, bloom1;
+  RenderTarget prepass;            // created when first needed after a resize
+  bool prepassValid = false;
+
+  // Programs and uniforms
+  std::unordered_map<std::string, uint32_t> programs;  // "pass:type" -> program, 0 = failed
+  std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
+  int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
+  std::string errorText;           // compile and link logs, appended in order
+  std::string gpu;                 // GL_RENDERER + " · OpenGL " + GL_VERSION
+  std::string shaderMessage;       // "Ошибка шейдера:" … to show once; cleared by takeShaderMessage
+  bool shaderErrorShown = false;
+
+  // Record-derived state
+  std::string typeKey = "mandelbulb";
+  Lighting lighting;
+  std::vector<std::string> paletteStops;  // what the palette texture holds
+  double palettePhase = -1;
+
+  // Frame driver
+  int windowWidth = 0, windowHeight = 0;
+  int renderWidth = 0, renderHeight = 0;  // the used part of the accumulation
+  double lastFrameTime = -1;
+  int samples = 0;                 // n: samples completed since the last reset
+  uint32_t sequence = 0;           // never reset; advances with n
+  int rowCursor = 0;
+  int bandHeight = 0;
+  bool banding = false;
+  double movingUntil = 0;
+  double adaptiveScale = 1;        // 0.25..1
+  bool lastFrameCompletedMoving = false;  // previous frame completed a sample while moving
+  int iterations = 0;              // this frame's iteration count (0 = from the record)
+  int maxSteps = 320;
+  bool deep = false;               // fp64 program in use
+  bool deepRefused = false;        // fp64 wanted but the record is not eligible
+  double shift = 0, shiftTarget = 0;  // image shift in window pixels
+  double fps = 0;
+  double lastSampleTime = -1;
+  double focusDepth = 0;           // centre depth of the still picture; 0 = unknown
+  int targetSamples = 256;
+};
+
+// [SECTION] Start-up and shutdown
+
+using GlLoader = void* (*)(const char* name);
+
+// Loads the GL table, creates the vertex array, the palette texture and the
+// post-processing programs, reads the adapter description. On failure `error`
+// holds the message to show ("Не удалось собрать шейдеры постобработки:" + log).
+bool initRenderer(Renderer& r, GlLoader loader, std::string& error);
+// Deletes every GL object the renderer owns; the context must still be current.
+void destroyRenderer(Renderer& r);
+
+// Makes `p` current: palette texture, lighting, and the "trace" program of its
+// type. Failure: "Не удалось скомпилировать шейдер фрактала:" + log. Resets.
+bool setFractal(Renderer& r, const FractalParams& p, std::string& error);
+void resetAccumulation(Renderer& r);
+
+// [SECTION] Per frame
+
+// All per-frame work: resize, image shift, iterations, step budget, precision,
+// adaptive resolution, one sample (or band), composite into in.windowFbo.
+// Returns true when another frame is wanted at once (still accumulating or
+// easing); false when the picture is final and nothing moves.
+bool renderFrame(Renderer& r, const FrameInput& in);
+
+// Photo render at w×h with `samples` samples, in 512² tiles; `progress` runs
+// after every fourth tile (fraction done, seconds left) and returns false to
+// cancel. True with w·h·4 RGBA bytes, bottom row first; false when cancelled.
+bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
+                 std::vector<uint8_t>& rgbaBottomUp,
+                 const std::function<bool(double fraction, double secondsLeft)>& progress);
+
+// Reads w×h RGBA bytes (bottom row first) from framebuffer `fbo`, e.g. the
+// window after the composite, for a shot.
+void readWindowPixels(Renderer& r, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp);
+
+// [SECTION] Queries for the shell
+
+struct RenderStatus {
+  int samples = 0;                 // n
+  int targetSamples = 0;
+  bool done = false;               // n reached the target: nothing left to trace
+  bool deep = false;               // "· fp64, …" in the status line
+  bool deepRefused = false;        // "· предел float (fp64 только для степени 8)"
+  int renderWidth = 0, renderHeight = 0;
+  int iterations = 0;
+  double fps = 0;
+};
+RenderStatus renderStatus(const Renderer& r);
+// "Ошибка шейдера:" + the first 160 characters of the error text, once per
+// failure; empty when there is nothing new to show.
+std::string takeShaderMessage(Renderer& r);
+// Depth (ray distance) of the accumulated picture at a window position given
+// as fractions of the client size, origin top-left; 10000 when nothing was hit
+// there or no picture exists yet.
+float depthAt(Renderer& r, double fx, double fy);
