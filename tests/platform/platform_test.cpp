@@ -1,0 +1,171 @@
+// Platform seam: PNG encoding, folder rules and the headless GL context.
+#include "platform/platform.h"
+
+#include <GL/glcorearb.h>
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+struct Decoded {
+  int width = 0, height = 0, channels = 0;
+  std::vector<uint8_t> pixels;  // top-down, as stored in the file
+};
+
+Decoded decodePng(const std::string& bytes) {
+  Decoded d;
+  png_image img{};
+  img.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_memory(&img, bytes.data(), bytes.size())) return d;
+  d.channels = PNG_IMAGE_SAMPLE_CHANNELS(img.format);
+  img.format = PNG_FORMAT_RGBA;
+  d.width = int(img.width);
+  d.height = int(img.height);
+  d.pixels.resize(PNG_IMAGE_SIZE(img));
+  if (!png_image_finish_read(&img, nullptr, d.pixels.data(), 0, nullptr)) d.pixels.clear();
+  return d;
+}
+
+// Restores an environment variable when the test ends.
+struct EnvGuard {
+  std::string name;
+  bool had;
+  std::string value;
+  explicit EnvGuard(const char* n) : name(n), had(std::getenv(n) != nullptr), value(had ? std::getenv(n) : "") {}
+  ~EnvGuard() {
+    if (had) setenv(name.c_str(), value.c_str(), 1);
+    else unsetenv(name.c_str());
+  }
+};
+
+std::string tempFolder(const char* tag) {
+  auto p = std::filesystem::temp_directory_path() / (std::string("qtx_platform_") + tag + "_" + std::to_string(getpid()));
+  std::filesystem::remove_all(p);
+  std::filesystem::create_directories(p);
+  return p.string();
+}
+
+}  // namespace
+
+TEST(PngEncoder, RoundTripFlipsRowsAndForcesOpaqueAlpha) {
+  const int w = 7, h = 5;  // odd width: rows are not 4-byte aligned in the file
+  std::vector<uint8_t> glRows(size_t(w) * h * 4);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      uint8_t* p = &glRows[(size_t(y) * w + x) * 4];
+      p[0] = uint8_t(x * 30);
+      p[1] = uint8_t(y * 50);
+      p[2] = uint8_t(x * y);
+      p[3] = uint8_t(x * 10);  // translucent on purpose
+    }
+  std::string png;
+  ASSERT_TRUE(platform::encodePngPixels(glRows.data(), w, h, png));
+  Decoded d = decodePng(png);
+  ASSERT_EQ(d.width, w);
+  ASSERT_EQ(d.height, h);
+  ASSERT_EQ(d.pixels.size(), size_t(w) * h * 4);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const uint8_t* file = &d.pixels[(size_t(y) * w + x) * 4];
+      const uint8_t* gl = &glRows[(size_t(h - 1 - y) * w + x) * 4];
+      ASSERT_EQ(file[0], gl[0]) << x << "," << y;
+      ASSERT_EQ(file[1], gl[1]) << x << "," << y;
+      ASSERT_EQ(file[2], gl[2]) << x << "," << y;
+      ASSERT_EQ(file[3], 255) << x << "," << y;
+    }
+}
+
+TEST(PngEncoder, RefusesEmptyInput) {
+  std::string png = "stale";
+  uint8_t px[4] = {1, 2, 3, 4};
+  EXPECT_FALSE(platform::encodePngPixels(nullptr, 1, 1, png));
+  EXPECT_FALSE(platform::encodePngPixels(px, 0, 1, png));
+  EXPECT_FALSE(platform::encodePngPixels(px, 1, -1, png));
+  EXPECT_TRUE(png.empty());
+}
+
+TEST(Folders, SettingsFolderHonoursOnlyAbsoluteXdgConfigHome) {
+  EnvGuard xdg("XDG_CONFIG_HOME"), home("HOME");
+  std::string root = tempFolder("settings");
+  setenv("HOME", (root + "/home").c_str(), 1);
+
+  setenv("XDG_CONFIG_HOME", (root + "/cfg").c_str(), 1);
+  EXPECT_EQ(platform::settingsFolder(), root + "/cfg/Quorvantelix");
+  EXPECT_TRUE(std::filesystem::is_directory(root + "/cfg/Quorvantelix"));
+
+  setenv("XDG_CONFIG_HOME", "relative/cfg", 1);
+  EXPECT_EQ(platform::settingsFolder(), root + "/home/.config/Quorvantelix");
+  EXPECT_FALSE(std::filesystem::exists("relative/cfg"));
+
+  unsetenv("XDG_CONFIG_HOME");
+  EXPECT_EQ(platform::settingsFolder(), root + "/home/.config/Quorvantelix");
+  std::filesystem::remove_all(root);
+}
+
+TEST(Folders, PicturesFolderFollowsUserDirsThenPicturesThenHome) {
+  EnvGuard xdg("XDG_CONFIG_HOME"), home("HOME");
+  std::string root = tempFolder("pictures");
+  std::string h = root + "/home";
+  std::filesystem::create_directories(h);
+  setenv("HOME", h.c_str(), 1);
+  setenv("XDG_CONFIG_HOME", (root + "/cfg").c_str(), 1);
+
+  EXPECT_EQ(platform::picturesFolder(), h + "/Quorvan Telix");  // nothing else exists
+  std::filesystem::create_directories(h + "/Pictures");
+  EXPECT_EQ(platform::picturesFolder(), h + "/Pictures/Quorvan Telix");
+
+  std::filesystem::create_directories(root + "/cfg");
+  std::ofstream(root + "/cfg/user-dirs.dirs") << "# written by xdg-user-dirs-update\n"
+                                                 "XDG_DESKTOP_DIR=\"$HOME/Desktop\"\n"
+                                                 "XDG_PICTURES_DIR=\"$HOME/Картинки\"\n";
+  EXPECT_EQ(platform::picturesFolder(), h + "/Картинки/Quorvan Telix");
+  EXPECT_TRUE(std::filesystem::is_directory(h + "/Картинки/Quorvan Telix"));
+  std::filesystem::remove_all(root);
+}
+
+TEST(HeadlessWindow, GivesCurrentCoreContextAndSizedFramebuffer) {
+  platform::WindowDesc desc;
+  desc.kind = platform::WindowKind::Headless;
+  desc.width = 64;
+  desc.height = 48;
+  std::string error;
+  platform::Window* w = platform::createWindow(desc, error);
+  if (!w) GTEST_SKIP() << "no headless GL 4.3 here: " << error;
+  EXPECT_TRUE(platform::isHeadless(w));
+  int width = 0, height = 0;
+  platform::drawableSize(w, width, height);
+  EXPECT_EQ(width, 64);
+  EXPECT_EQ(height, 48);
+  ASSERT_NE(platform::defaultFramebuffer(w), 0u);
+
+  auto getIntegerv = reinterpret_cast<PFNGLGETINTEGERVPROC>(platform::glProcAddress("glGetIntegerv"));
+  auto clearColor = reinterpret_cast<PFNGLCLEARCOLORPROC>(platform::glProcAddress("glClearColor"));
+  auto clear = reinterpret_cast<PFNGLCLEARPROC>(platform::glProcAddress("glClear"));
+  auto bind = reinterpret_cast<PFNGLBINDFRAMEBUFFERPROC>(platform::glProcAddress("glBindFramebuffer"));
+  auto readPixels = reinterpret_cast<PFNGLREADPIXELSPROC>(platform::glProcAddress("glReadPixels"));
+  ASSERT_TRUE(getIntegerv && clearColor && clear && bind && readPixels);
+  GLint major = 0, minor = 0;
+  getIntegerv(GL_MAJOR_VERSION, &major);
+  getIntegerv(GL_MINOR_VERSION, &minor);
+  EXPECT_GE(major * 10 + minor, 43);
+
+  // The stand-in must hold what is drawn into it, also after a resize.
+  platform::setHeadlessSize(w, 20, 10);
+  platform::drawableSize(w, width, height);
+  EXPECT_EQ(width, 20);
+  bind(GL_FRAMEBUFFER, platform::defaultFramebuffer(w));
+  clearColor(1.0f, 0.5f, 0.0f, 1.0f);
+  clear(GL_COLOR_BUFFER_BIT);
+  uint8_t px[4] = {};
+  readPixels(19, 9, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, px);
+  EXPECT_EQ(px[0], 255);
+  EXPECT_NEAR(px[1], 128, 1);
+  EXPECT_EQ(px[2], 0);
+  platform::swapBuffers(w);
+  EXPECT_FALSE(platform::setSwapInterval(w, 1));  // no display to sync to
+  platform::destroyWindow(w);
+}
