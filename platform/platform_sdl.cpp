@@ -23,6 +23,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -300,6 +301,297 @@ void toggleFullscreen(Window* w) {
 bool isFullscreen(const Window* w) {
   if (!w || w->headless) return false;
   return (SDL_GetWindowFlags(w->window) & SDL_WINDOW_FULLSCREEN_DESKTOP) != 0;
+}
+
+// [SECTION] Key codes
+
+namespace {
+
+struct KeyPair {
+  SDL_Scancode scancode;
+  int32_t key;
+};
+
+// Physical positions, so that WASD and the shortcuts stay where they are on a
+// Russian layout too.
+constexpr KeyPair kNamedKeys[] = {
+    {SDL_SCANCODE_ESCAPE, kKeyEscape},     {SDL_SCANCODE_RETURN, kKeyEnter},
+    {SDL_SCANCODE_KP_ENTER, kKeyEnter},    {SDL_SCANCODE_TAB, kKeyTab},
+    {SDL_SCANCODE_BACKSPACE, kKeyBackspace}, {SDL_SCANCODE_DELETE, kKeyDelete},
+    {SDL_SCANCODE_SPACE, kKeySpace},       {SDL_SCANCODE_LEFT, kKeyLeft},
+    {SDL_SCANCODE_RIGHT, kKeyRight},       {SDL_SCANCODE_UP, kKeyUp},
+    {SDL_SCANCODE_DOWN, kKeyDown},         {SDL_SCANCODE_HOME, kKeyHome},
+    {SDL_SCANCODE_END, kKeyEnd},           {SDL_SCANCODE_PAGEUP, kKeyPageUp},
+    {SDL_SCANCODE_PAGEDOWN, kKeyPageDown}, {SDL_SCANCODE_LSHIFT, kKeyShift},
+    {SDL_SCANCODE_RSHIFT, kKeyShift},      {SDL_SCANCODE_LCTRL, kKeyCtrl},
+    {SDL_SCANCODE_RCTRL, kKeyCtrl},        {SDL_SCANCODE_LALT, kKeyAlt},
+    {SDL_SCANCODE_RALT, kKeyAlt},          {SDL_SCANCODE_MINUS, kKeyMinus},
+    {SDL_SCANCODE_KP_MINUS, kKeyMinus},    {SDL_SCANCODE_EQUALS, kKeyEquals},
+    {SDL_SCANCODE_KP_PLUS, kKeyEquals},    {SDL_SCANCODE_LEFTBRACKET, kKeyLeftBracket},
+    {SDL_SCANCODE_RIGHTBRACKET, kKeyRightBracket}, {SDL_SCANCODE_COMMA, kKeyComma},
+    {SDL_SCANCODE_PERIOD, kKeyPeriod},     {SDL_SCANCODE_SLASH, kKeySlash},
+};
+
+int32_t keyFromScancode(SDL_Scancode sc) {
+  if (sc >= SDL_SCANCODE_A && sc <= SDL_SCANCODE_Z) return 'a' + (sc - SDL_SCANCODE_A);
+  if (sc >= SDL_SCANCODE_1 && sc <= SDL_SCANCODE_9) return '1' + (sc - SDL_SCANCODE_1);
+  if (sc == SDL_SCANCODE_0) return '0';
+  if (sc >= SDL_SCANCODE_F1 && sc <= SDL_SCANCODE_F12) return kKeyF1 + (sc - SDL_SCANCODE_F1);
+  for (const KeyPair& k : kNamedKeys)
+    if (k.scancode == sc) return k.key;
+  return kKeyUnknown;
+}
+
+SDL_Scancode scancodeFromKey(int32_t key) {
+  if (key >= 'a' && key <= 'z') return SDL_Scancode(SDL_SCANCODE_A + (key - 'a'));
+  if (key >= '1' && key <= '9') return SDL_Scancode(SDL_SCANCODE_1 + (key - '1'));
+  if (key == '0') return SDL_SCANCODE_0;
+  if (key >= kKeyF1 && key <= kKeyF12) return SDL_Scancode(SDL_SCANCODE_F1 + (key - kKeyF1));
+  for (const KeyPair& k : kNamedKeys)
+    if (k.key == key) return k.scancode;
+  return SDL_SCANCODE_UNKNOWN;
+}
+
+uint32_t modsFromSdl(Uint16 m) {
+  uint32_t r = 0;
+  if (m & KMOD_SHIFT) r |= kModShift;
+  if (m & KMOD_CTRL) r |= kModCtrl;
+  if (m & KMOD_ALT) r |= kModAlt;
+  return r;
+}
+
+Uint16 sdlFromMods(uint32_t m) {
+  Uint16 r = 0;
+  if (m & kModShift) r |= KMOD_LSHIFT;
+  if (m & kModCtrl) r |= KMOD_LCTRL;
+  if (m & kModAlt) r |= KMOD_LALT;
+  return r;
+}
+
+// [SECTION] Event translation
+
+// Mouse coordinates come in window units; the program works in drawable
+// pixels, which differ on high-density screens.
+void windowToPixels(const Window& w, int& x, int& y) {
+  int ww = 0, wh = 0, dw = 0, dh = 0;
+  SDL_GetWindowSize(w.window, &ww, &wh);
+  SDL_GL_GetDrawableSize(w.window, &dw, &dh);
+  if (ww > 0 && wh > 0 && (ww != dw || wh != dh)) {
+    x = int(int64_t(x) * dw / ww);
+    y = int(int64_t(y) * dh / wh);
+  }
+}
+
+void pixelsToWindow(const Window& w, int& x, int& y) {
+  int ww = 0, wh = 0, dw = 0, dh = 0;
+  SDL_GetWindowSize(w.window, &ww, &wh);
+  SDL_GL_GetDrawableSize(w.window, &dw, &dh);
+  if (dw > 0 && dh > 0 && (ww != dw || wh != dh)) {
+    x = int(int64_t(x) * ww / dw);
+    y = int(int64_t(y) * wh / dh);
+  }
+}
+
+int buttonFromSdl(Uint8 b) {
+  switch (b) {
+    case SDL_BUTTON_LEFT: return 1;
+    case SDL_BUTTON_MIDDLE: return 2;
+    case SDL_BUTTON_RIGHT: return 3;
+    default: return 0;
+  }
+}
+
+bool translateWindowEvent(Window& w, const SDL_WindowEvent& we, InputEvent& e) {
+  switch (we.event) {
+    case SDL_WINDOWEVENT_SIZE_CHANGED:
+      e.type = EventType::Resize;
+      drawableSize(&w, e.width, e.height);
+      return true;
+    case SDL_WINDOWEVENT_CLOSE:
+      e.type = EventType::Close;
+      return true;
+    case SDL_WINDOWEVENT_FOCUS_LOST:
+      // Key-up events of held modifiers go to the other window.
+      w.mods = 0;
+      e.type = EventType::FocusLost;
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool translateKey(Window& w, const SDL_KeyboardEvent& k, InputEvent& e) {
+  e.type = k.type == SDL_KEYDOWN ? EventType::KeyDown : EventType::KeyUp;
+  e.key = keyFromScancode(k.keysym.scancode);
+  e.mods = modsFromSdl(k.keysym.mod);
+  e.repeat = k.repeat != 0;
+  w.mods = e.mods;
+  return e.key != kKeyUnknown;
+}
+
+bool translateMouse(Window& w, const SDL_Event& ev, InputEvent& e) {
+  e.mods = w.mods;
+  if (ev.type == SDL_MOUSEMOTION) {
+    e.type = EventType::MouseMove;
+    e.x = ev.motion.x;
+    e.y = ev.motion.y;
+  } else if (ev.type == SDL_MOUSEWHEEL) {
+    e.type = EventType::MouseWheel;
+    e.wheel = ev.wheel.preciseY;
+    if (ev.wheel.direction == SDL_MOUSEWHEEL_FLIPPED) e.wheel = -e.wheel;
+    e.x = ev.wheel.mouseX;
+    e.y = ev.wheel.mouseY;
+  } else {
+    e.type = ev.type == SDL_MOUSEBUTTONDOWN ? EventType::MouseDown : EventType::MouseUp;
+    e.button = buttonFromSdl(ev.button.button);
+    e.clicks = ev.button.clicks;
+    e.x = ev.button.x;
+    e.y = ev.button.y;
+    if (e.button == 0) return false;
+  }
+  windowToPixels(w, e.x, e.y);
+  return true;
+}
+
+bool translate(Window& w, SDL_Event& ev, InputEvent& e) {
+  switch (ev.type) {
+    case SDL_QUIT: e.type = EventType::Close; return true;
+    case SDL_WINDOWEVENT: return translateWindowEvent(w, ev.window, e);
+    case SDL_KEYDOWN:
+    case SDL_KEYUP: return translateKey(w, ev.key, e);
+    case SDL_MOUSEMOTION:
+    case SDL_MOUSEWHEEL:
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP: return translateMouse(w, ev, e);
+    case SDL_TEXTINPUT:
+      e.type = EventType::Text;
+      e.text = ev.text.text;
+      return true;
+    case SDL_DROPFILE:
+      e.type = EventType::DropFile;
+      e.text = ev.drop.file ? ev.drop.file : "";
+      SDL_free(ev.drop.file);
+      return true;
+    default: return false;
+  }
+}
+
+void drainInto(Window* w, std::vector<InputEvent>& out, SDL_Event& ev) {
+  do {
+    InputEvent e;
+    if (w && translate(*w, ev, e)) out.push_back(std::move(e));
+    else if (ev.type == SDL_DROPFILE) SDL_free(ev.drop.file);
+  } while (SDL_PollEvent(&ev));
+}
+
+}  // namespace
+
+std::vector<InputEvent> waitEvents(Window* w, int timeoutMs) {
+  std::vector<InputEvent> out;
+  SDL_Event ev;
+  int got = timeoutMs < 0 ? SDL_WaitEvent(&ev) : SDL_WaitEventTimeout(&ev, timeoutMs);
+  if (got) drainInto(w, out, ev);
+  return out;
+}
+
+std::vector<InputEvent> pollEvents(Window* w) {
+  std::vector<InputEvent> out;
+  SDL_Event ev;
+  if (SDL_PollEvent(&ev)) drainInto(w, out, ev);
+  return out;
+}
+
+// [SECTION] Posting synthetic events
+
+namespace {
+
+bool mouseToSdl(const Window& w, const InputEvent& e, SDL_Event& ev) {
+  int x = e.x, y = e.y;
+  pixelsToWindow(w, x, y);
+  Uint32 id = SDL_GetWindowID(w.window);
+  static const Uint8 kButtons[] = {0, SDL_BUTTON_LEFT, SDL_BUTTON_MIDDLE, SDL_BUTTON_RIGHT};
+  if (e.type == EventType::MouseMove) {
+    ev.type = SDL_MOUSEMOTION;
+    ev.motion = SDL_MouseMotionEvent{SDL_MOUSEMOTION, SDL_GetTicks(), id, 0, 0, x, y, 0, 0};
+  } else if (e.type == EventType::MouseWheel) {
+    ev.type = SDL_MOUSEWHEEL;
+    ev.wheel.windowID = id;
+    ev.wheel.y = int(e.wheel);
+    ev.wheel.preciseY = e.wheel;
+    ev.wheel.direction = SDL_MOUSEWHEEL_NORMAL;
+    ev.wheel.mouseX = x;
+    ev.wheel.mouseY = y;
+  } else {
+    if (e.button < 1 || e.button > 3) return false;
+    ev.type = e.type == EventType::MouseDown ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP;
+    ev.button.windowID = id;
+    ev.button.button = kButtons[e.button];
+    ev.button.state = e.type == EventType::MouseDown ? SDL_PRESSED : SDL_RELEASED;
+    ev.button.clicks = Uint8(e.clicks > 0 ? e.clicks : 1);
+    ev.button.x = x;
+    ev.button.y = y;
+  }
+  return true;
+}
+
+bool keyToSdl(const Window& w, const InputEvent& e, SDL_Event& ev) {
+  SDL_Scancode sc = scancodeFromKey(e.key);
+  if (sc == SDL_SCANCODE_UNKNOWN) return false;
+  bool down = e.type == EventType::KeyDown;
+  ev.type = down ? SDL_KEYDOWN : SDL_KEYUP;
+  ev.key.windowID = SDL_GetWindowID(w.window);
+  ev.key.state = down ? SDL_PRESSED : SDL_RELEASED;
+  ev.key.repeat = e.repeat ? 1 : 0;
+  ev.key.keysym.scancode = sc;
+  ev.key.keysym.sym = SDL_GetKeyFromScancode(sc);
+  ev.key.keysym.mod = sdlFromMods(e.mods);
+  return true;
+}
+
+bool toSdl(const Window& w, const InputEvent& e, SDL_Event& ev) {
+  Uint32 id = SDL_GetWindowID(w.window);
+  switch (e.type) {
+    case EventType::MouseMove:
+    case EventType::MouseDown:
+    case EventType::MouseUp:
+    case EventType::MouseWheel: return mouseToSdl(w, e, ev);
+    case EventType::KeyDown:
+    case EventType::KeyUp: return keyToSdl(w, e, ev);
+    case EventType::Text:
+      if (e.text.size() >= sizeof(ev.text.text)) return false;
+      ev.type = SDL_TEXTINPUT;
+      ev.text.windowID = id;
+      std::memcpy(ev.text.text, e.text.c_str(), e.text.size() + 1);
+      return true;
+    case EventType::DropFile:
+      ev.type = SDL_DROPFILE;
+      ev.drop.windowID = id;
+      ev.drop.file = SDL_strdup(e.text.c_str());
+      return true;
+    case EventType::Resize:
+    case EventType::Close:
+    case EventType::FocusLost:
+      ev.type = SDL_WINDOWEVENT;
+      ev.window.windowID = id;
+      ev.window.event = e.type == EventType::Resize  ? SDL_WINDOWEVENT_SIZE_CHANGED
+                        : e.type == EventType::Close ? SDL_WINDOWEVENT_CLOSE
+                                                     : SDL_WINDOWEVENT_FOCUS_LOST;
+      ev.window.data1 = e.width;
+      ev.window.data2 = e.height;
+      return true;
+    default: return false;
+  }
+}
+
+}  // namespace
+
+void postEvent(Window* w, const InputEvent& e) {
+  if (!w || !SDL_WasInit(SDL_INIT_VIDEO)) return;
+  SDL_Event ev;
+  SDL_zero(ev);
+  if (!toSdl(*w, e, ev)) return;
+  ev.common.timestamp = SDL_GetTicks();
+  if (SDL_PushEvent(&ev) != 1 && ev.type == SDL_DROPFILE) SDL_free(ev.drop.file);
 }
 
 // [SECTION] Desktop services

@@ -169,3 +169,60 @@ TEST(HeadlessWindow, GivesCurrentCoreContextAndSizedFramebuffer) {
   EXPECT_FALSE(platform::setSwapInterval(w, 1));  // no display to sync to
   platform::destroyWindow(w);
 }
+
+TEST(HeadlessWindow, PostedEventsComeBackThroughTheTranslation) {
+  platform::WindowDesc desc;
+  desc.kind = platform::WindowKind::Headless;
+  desc.width = 320;
+  desc.height = 200;
+  std::string error;
+  platform::Window* w = platform::createWindow(desc, error);
+  if (!w) GTEST_SKIP() << "no headless GL 4.3 here: " << error;
+  platform::pollEvents(w);  // whatever start-up queued
+
+  using platform::EventType;
+  auto make = [](EventType t) {
+    platform::InputEvent e;
+    e.type = t;
+    return e;
+  };
+  platform::InputEvent shift = make(EventType::KeyDown), down = make(EventType::MouseDown),
+                       wheel = make(EventType::MouseWheel), letter = make(EventType::KeyUp),
+                       f11 = make(EventType::KeyDown), text = make(EventType::Text),
+                       drop = make(EventType::DropFile), close = make(EventType::Close);
+  shift.key = platform::kKeyShift;
+  shift.mods = platform::kModShift;
+  down.x = 100, down.y = 50, down.button = 3, down.clicks = 2;
+  wheel.x = 7, wheel.y = 9, wheel.wheel = -1.5f;
+  letter.key = 'w';
+  letter.mods = platform::kModCtrl;
+  f11.key = platform::kKeyF11;
+  text.text = "ж";
+  drop.text = "/tmp/фрактал.json";
+  for (const auto& e : {shift, down, wheel, letter, f11, text, drop, close}) platform::postEvent(w, e);
+
+  std::vector<platform::InputEvent> got = platform::pollEvents(w);
+  ASSERT_EQ(got.size(), 8u);
+  EXPECT_EQ(got[0].type, EventType::KeyDown);
+  EXPECT_EQ(got[0].key, platform::kKeyShift);
+  // Mouse events carry the modifiers of the key stream they travel in.
+  EXPECT_EQ(got[1].type, EventType::MouseDown);
+  EXPECT_EQ(got[1].button, 3);
+  EXPECT_EQ(got[1].clicks, 2);
+  EXPECT_EQ(got[1].x, 100);
+  EXPECT_EQ(got[1].y, 50);
+  EXPECT_EQ(got[1].mods, uint32_t(platform::kModShift));
+  EXPECT_EQ(got[2].type, EventType::MouseWheel);
+  EXPECT_FLOAT_EQ(got[2].wheel, -1.5f);
+  EXPECT_EQ(got[2].x, 7);
+  EXPECT_EQ(got[3].type, EventType::KeyUp);
+  EXPECT_EQ(got[3].key, 'w');
+  EXPECT_EQ(got[3].mods, uint32_t(platform::kModCtrl));
+  EXPECT_EQ(got[4].key, platform::kKeyF11);
+  EXPECT_EQ(got[5].type, EventType::Text);
+  EXPECT_EQ(got[5].text, "ж");
+  EXPECT_EQ(got[6].type, EventType::DropFile);
+  EXPECT_EQ(got[6].text, "/tmp/фрактал.json");
+  EXPECT_EQ(got[7].type, EventType::Close);
+  platform::destroyWindow(w);
+}
