@@ -12,6 +12,8 @@
 
 // [SECTION] Construction and lookup
 
+JsonValue::JsonValue() = default;
+
 JsonValue JsonValue::makeBool(bool b) {
   JsonValue v;
   v.type = Bool;

@@ -18,6 +18,10 @@ struct JsonValue {
   std::vector<JsonValue> items;
   std::vector<std::pair<std::string, JsonValue>> members;
 
+  // Declared here, defaulted in json.cpp: with clang and libstdc++ an implicit
+  // constructor cannot be formed while the member pair type is incomplete.
+  JsonValue();
+
   static JsonValue makeBool(bool b);
   static JsonValue makeNumber(double n);
   static JsonValue makeString(std::string s);
