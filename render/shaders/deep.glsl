@@ -1,5 +1,5 @@
 // Double-precision trace program for deep zooms: the whole fragment shader in
-// one text (the header supplies "#version 430 core" and the DE_* defines).
+// one text (the header supplies the version line and the DE_* defines).
 // Positions and ray distances run in double; the estimators start in double
 // and continue in float once the stretched orbit no longer needs it (SWITCH).
 // Shading runs in float, relative to the hit point.

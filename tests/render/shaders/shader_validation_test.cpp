@@ -1,0 +1,221 @@
+// The GLSL checked without a GL context: the embedding keeps the texts intact,
+// and every program text, put together exactly as the renderer puts it
+// together, compiles with the reference compiler (glslangValidator).
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "render/shader_sources.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct TypeDefines {
+  const char* key;
+  const char* estimator;
+  const char* variant;  // "" when the type has none
+};
+
+// The fractal types with the defines their programs are built with.
+const std::array<TypeDefines, 11> kTypes = {{
+    {"mandelbulb", "DE_BULB", ""},
+    {"juliabulb", "DE_BULB", "JULIA"},
+    {"burningbulb", "DE_BULB", "BURNING"},
+    {"mandelbox", "DE_BOX", ""},
+    {"juliabox", "DE_BOX", "JULIA"},
+    {"menger", "DE_MENGER", ""},
+    {"sierpinski", "DE_SIERP", ""},
+    {"kifs", "DE_KIFS", ""},
+    {"apollonian", "DE_APOLLO", ""},
+    {"qjulia", "DE_QJULIA", ""},
+    {"hybrid", "DE_HYBRID", ""},
+}};
+
+std::string defines(const TypeDefines& type) {
+  std::string text = std::string("#define ") + type.estimator + " 1\n";
+  if (*type.variant) text += std::string("#define ") + type.variant + " 1\n";
+  return text;
+}
+
+// The fragment text of one pass, as the renderer composes it.
+std::string fractalProgram(const TypeDefines& type, const std::string& pass) {
+  std::string text = "#version 430 core\n" + defines(type);
+  if (pass == "deep") return text + shader_src::deepShader;
+  text += shader_src::floatLibrary;
+  if (pass == "prepass") return text + shader_src::prepassMain;
+  if (pass == "volume") return text + shader_src::volumeMain;
+  return text + shader_src::traceMain1 + shader_src::traceMain2;
+}
+
+std::string swapVersion(std::string text) {
+  const std::string from = "#version 300 es";
+  size_t at = text.find(from);
+  if (at != std::string::npos) text.replace(at, from.size(), "#version 430 core");
+  return text;
+}
+
+std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+struct Validation {
+  int status = -1;
+  std::string log;
+};
+
+// Writes each (name, text) pair to a scratch folder and compiles them in one
+// glslangValidator run; the stage comes from the file extension. The log
+// names every file, so a failure shows which program broke.
+class ShaderFiles {
+ public:
+  ShaderFiles() : dir_(fs::temp_directory_path() / ("qtx_shaders_" + std::to_string(getpid()))) {
+    fs::create_directories(dir_);
+  }
+  ~ShaderFiles() {
+    std::error_code ignored;
+    fs::remove_all(dir_, ignored);
+  }
+  void add(const std::string& name, const std::string& text) {
+    fs::path path = dir_ / name;
+    std::ofstream(path, std::ios::binary) << text;
+    paths_.push_back(path);
+  }
+  Validation validate() const {
+    std::string command = std::string("\"") + QTX_GLSLANG + "\"";
+    for (const fs::path& path : paths_) command += " \"" + path.string() + "\"";
+    command += " 2>&1";
+    Validation result;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return result;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) result.log.append(buffer.data(), n);
+    result.status = pclose(pipe);
+    return result;
+  }
+
+ private:
+  fs::path dir_;
+  std::vector<fs::path> paths_;
+};
+
+bool haveValidator() { return std::string(QTX_GLSLANG).size() > 0; }
+
+#define REQUIRE_VALIDATOR()                                                              \
+  if (!haveValidator()) GTEST_SKIP() << "glslangValidator not found (Debian: glslang-tools)"
+
+}  // namespace
+
+TEST(ShaderEmbedding, EmbeddedTextsAreTheGlslFilesVerbatim) {
+  const std::pair<const char*, const char*> pieces[] = {
+      {"fullscreen.vert.glsl", shader_src::fullscreenVert},
+      {"float_library.glsl", shader_src::floatLibrary},
+      {"trace_main1.glsl", shader_src::traceMain1},
+      {"trace_main2.glsl", shader_src::traceMain2},
+      {"prepass_main.glsl", shader_src::prepassMain},
+      {"volume_main.glsl", shader_src::volumeMain},
+      {"deep.glsl", shader_src::deepShader},
+      {"bright_pass.frag.glsl", shader_src::brightPass},
+      {"blur.frag.glsl", shader_src::blur},
+      {"composite.frag.glsl", shader_src::composite},
+  };
+  for (const auto& [file, embedded] : pieces) {
+    std::string expected = readFile(fs::path(QTX_SHADER_DIR) / file);
+    ASSERT_FALSE(expected.empty()) << file;
+    // The deep text is larger than one literal chunk, so this also covers the
+    // joins between chunks.
+    EXPECT_EQ(std::string(embedded), expected) << file;
+  }
+  EXPECT_GT(std::string(shader_src::deepShader).size(), 16000u);
+
+  // The header is the fractal programs' only version line; the shared texts
+  // carry the browser's and are swapped at run time.
+  std::string library = shader_src::floatLibrary;
+  EXPECT_EQ(library.rfind("precision highp float;\nprecision highp int;", 0), 0u);
+  for (const char* piece : {shader_src::floatLibrary, shader_src::traceMain1, shader_src::traceMain2,
+                            shader_src::prepassMain, shader_src::volumeMain, shader_src::deepShader}) {
+    EXPECT_EQ(std::string(piece).find("#version"), std::string::npos);
+  }
+  for (const char* piece : {shader_src::fullscreenVert, shader_src::brightPass, shader_src::blur,
+                            shader_src::composite}) {
+    EXPECT_EQ(std::string(piece).rfind("#version 300 es\n", 0), 0u);
+  }
+}
+
+TEST(ShaderValidation, EveryFractalProgramCompilesAsDesktopGlsl430) {
+  REQUIRE_VALIDATOR();
+  ShaderFiles files;
+  for (const TypeDefines& type : kTypes) {
+    for (const char* pass : {"trace", "prepass", "volume", "deep"}) {
+      files.add(std::string(pass) + "_" + type.key + ".frag", fractalProgram(type, pass));
+    }
+  }
+  Validation result = files.validate();
+  EXPECT_EQ(result.status, 0) << result.log;
+}
+
+TEST(ShaderValidation, VertexAndPostShadersCompileAsDesktopAndAsEs300) {
+  REQUIRE_VALIDATOR();
+  ShaderFiles files;
+  files.add("fullscreen.vert", swapVersion(shader_src::fullscreenVert));
+  files.add("fullscreen_es.vert", shader_src::fullscreenVert);
+  const std::pair<const char*, const char*> post[] = {
+      {"bright_pass", shader_src::brightPass}, {"blur", shader_src::blur}, {"composite", shader_src::composite}};
+  for (const auto& [name, text] : post) {
+    std::string desktop = swapVersion(text);
+    ASSERT_EQ(desktop.rfind("#version 430 core\n", 0), 0u) << name;
+    files.add(std::string(name) + ".frag", desktop);
+    files.add(std::string(name) + "_es.frag", text);
+  }
+  Validation result = files.validate();
+  EXPECT_EQ(result.status, 0) << result.log;
+}
+
+// The browser edition compiles the float library as GLSL ES 3.00, which is
+// stricter than desktop GLSL (no implicit int->float, no doubles).
+TEST(ShaderValidation, FloatLibraryIsValidGlslEs300ForEveryEstimator) {
+  REQUIRE_VALIDATOR();
+  const std::string probe =
+      "out vec4 fragColor;\n"
+      "void main() {\n"
+      "  float d = map(vec3(gl_FragCoord.xy * 0.01, 0.5));\n"
+      "  fragColor = vec4(albedo(gTrap), d * STEP_K);\n"
+      "}\n";
+  ShaderFiles files;
+  for (const TypeDefines& type : kTypes) {
+    files.add(std::string("library_es_") + type.key + ".frag",
+              "#version 300 es\n" + defines(type) + shader_src::floatLibrary + probe);
+  }
+  Validation result = files.validate();
+  EXPECT_EQ(result.status, 0) << result.log;
+}
+
+// Guards against a check that cannot fail: a broken text and a library built
+// without an estimator define must both be rejected.
+TEST(ShaderValidation, RejectsBrokenTextsAndAMissingEstimatorDefine) {
+  REQUIRE_VALIDATOR();
+  {
+    ShaderFiles files;
+    files.add("broken.frag", "#version 430 core\nout vec4 fragColor;\nvoid main() { fragColor = vec5(1.0); }\n");
+    EXPECT_NE(files.validate().status, 0);
+  }
+  for (const char* piece : {shader_src::floatLibrary, shader_src::deepShader}) {
+    ShaderFiles files;
+    files.add("no_define.frag", std::string("#version 430 core\n") + piece);
+    Validation result = files.validate();
+    EXPECT_NE(result.status, 0);
+    EXPECT_NE(result.log.find("no distance estimator selected"), std::string::npos) << result.log;
+  }
+}
