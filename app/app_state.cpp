@@ -1,0 +1,82 @@
+#include "app/app_state.h"
+
+#include "io/preset.h"
+#include "model/seed.h"
+
+#include <algorithm>
+#include <cmath>
+
+FractalParams liveParams(const AppState& s) {
+  FractalParams p = s.params;
+  // A camera set from the record and left alone gives back the record's own
+  // distance: exp(log(d)) is not always d to the last bit, and a shot's
+  // preset should read back exactly as it was asked for.
+  double recordDist = p.dist;
+  cameraIntoParams(s.camera, p);
+  if (s.camera.logDist == std::log(std::fmax(recordDist, kMinCameraDist))) p.dist = recordDist;
+  return p;
+}
+
+void pushState(AppState& s) { pushHistory(s.history, presetText(liveParams(s), 0)); }
+
+bool makeCurrent(AppState& s, const FractalParams& p, std::string& error) {
+  s.params = p;
+  setCameraFromParams(s.camera, p);
+  s.cameraWasMoving = false;
+  pushState(s);
+  return setFractal(s.renderer, s.params, error);
+}
+
+void showToast(AppState& s, const std::string& text, double now) {
+  s.toast = text;
+  s.toastUntil = now + 3.0;
+}
+
+int targetSampleCount(const AppState& s) {
+  return s.targetSamples > 0 ? s.targetSamples : std::max(1, s.settings.samples);
+}
+
+void applyLaunchOptions(AppState& s, const LaunchOptions& o) {
+  s.launchedWithOptions = true;
+  if (o.samples > 0) s.targetSamples = o.samples;
+  if (o.deep) {
+    s.settings.deep = 2;
+    s.deepForced = true;
+  }
+  if (o.hideUi) s.uiHidden = true;
+  if (o.tab >= 0) s.activeTab = o.tab;
+  if (!o.seed.empty() || !o.type.empty()) {
+    FractalParams base = s.params;
+    FractalParams p = generateFromSeed(o.seed.empty() ? base.seed : o.seed,
+                                       o.type.empty() ? base.type : o.type, &base);
+    s.params = p;
+    setCameraFromParams(s.camera, p);
+    pushState(s);
+    addRecentSeed(s.history, p.seed, p.type);
+  }
+  if (o.dist > 0) {
+    s.camera.logDist = std::log(std::fmax(o.dist, kMinCameraDist));
+    s.camera.yaw = wrapDegreesNear(s.camera.yaw, s.camera.goalYaw);
+    snapCamera(s.camera);
+  }
+  s.diveActive = false;
+  s.liveMode = false;
+  // The panel does not exist yet; its width joins here once it does.
+  s.uiOffset = 0;
+  // A dive waits for dive mode; until then only its speed is kept.
+  if (o.dive > 0) s.diveSpeed = o.diveSpeed;
+}
+
+CameraView cameraViewOf(const Camera& c, double fovDegrees) {
+  CameraPose pose = cameraPose(c);
+  CameraView v;
+  for (int i = 0; i < 3; ++i) {
+    v.pos[i] = pose.eye[i];
+    v.basis[i] = float(pose.right[i]);
+    v.basis[3 + i] = float(pose.up[i]);
+    v.basis[6 + i] = float(pose.forward[i]);
+  }
+  v.distance = pose.distance;
+  v.tanHalfFov = std::tan(fovDegrees * 3.14159265358979323846 / 360.0);
+  return v;
+}

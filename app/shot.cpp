@@ -1,0 +1,33 @@
+#include "app/shot.h"
+
+#include "io/files.h"
+#include "io/png_chunk.h"
+#include "io/preset.h"
+#include "platform/platform.h"
+
+#include <cstdio>
+
+std::string shotReport(const std::string& gpu, const std::string& error, bool converged, double dist) {
+  char d[32];
+  std::snprintf(d, sizeof d, "%.3e", dist);
+  return gpu + "\nerror: " + error + "\nconverged: " + (converged ? "yes" : "timeout") + "\ndist: " + d + "\n";
+}
+
+bool takeShot(AppState& s, const std::string& path, bool converged, std::string& problem) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 4, 0);
+  readWindowPixels(s.renderer, platform::defaultFramebuffer(s.window), w, h, pixels);
+
+  FractalParams live = liveParams(s);
+  std::string png;
+  bool ok = platform::encodePngPixels(pixels.data(), w, h, png) &&
+            splicePresetChunk(png, presetText(live, 0)) && writeFileAtomic(path, png);
+  if (!ok) problem = "не удалось записать " + path;
+  std::string report = shotReport(s.renderer.gpu, s.renderer.errorText, converged, live.dist);
+  if (!writeFileAtomic(path + ".log", report)) {
+    problem += (problem.empty() ? "" : "; ") + std::string("не удалось записать ") + path + ".log";
+    ok = false;
+  }
+  return ok;
+}
