@@ -89,7 +89,33 @@ double fitScale(double v, double current, double lo, double hi) {
   return std::clamp(roundTo(v, 0.001), lo, hi);
 }
 
+// Brings a scale into its range without rounding it (for values that were not moved).
+double clampScale(double v, double lo, double hi) {
+  signedScaleRange(v, lo, hi);
+  return std::clamp(v, lo, hi);
+}
+
 const FractalType& typeRow(const FractalParams& p) { return fractalTypes()[typeIndex(p.type)]; }
+
+// Records read from files may hold anything; results are brought into the
+// slider ranges. Only fields the type uses are touched.
+void clampShape(FractalParams& c) {
+  const FractalType& row = typeRow(c);
+  for (const Knob& k : kShapeKnobs)
+    if (row.flags & k.flag) c.*k.field = std::clamp(c.*k.field, k.lo, k.hi);
+  if (row.flags & kFlagScale) c.scale = clampScale(c.scale, row.scaleMin, row.scaleMax);
+  if (row.flags & kFlagJulia)
+    for (double* v : {&c.jx, &c.jy, &c.jz}) *v = std::clamp(*v, row.cMin, row.cMax);
+  if (row.flags & kFlagJuliaW) c.jw = std::clamp(c.jw, row.cMin, row.cMax);
+  c.iter = std::clamp(c.iter, 1.0, static_cast<double>(row.iterMax));
+  if (row.flags & kFlagJMode) c.jmode = std::clamp(c.jmode, 0, 2);
+  if (!(row.flags & kFlagSlots)) return;
+  if (c.slots.size() > 4) c.slots.resize(4);
+  for (FormulaSlot& s : c.slots) {
+    s.f = std::clamp(s.f, 0, 5);
+    s.k = clampScale(s.k, hybridFormulas()[s.f].kMin, hybridFormulas()[s.f].kMax);
+  }
+}
 
 // [SECTION] Draws
 
@@ -217,6 +243,7 @@ FractalParams mutate(const FractalParams& p, double strength, std::mt19937& rng)
   nudgeDiscrete(m, row, strength, rng);
   // Colour and light move at most half as far as the shape does.
   nudgeKnobs(m, kLookKnobs, std::size(kLookKnobs), kFlagAlways, amount * 0.5, rng);
+  clampShape(m);
   keepFramed(m, p);
   return m;
 }
@@ -289,25 +316,6 @@ void mixLook(FractalParams& c, const FractalParams& a, const FractalParams& b, s
   const FractalParams& bg = randomUnit(rng) < 0.5 ? a : b;
   c.bgTop = bg.bgTop;
   c.bgBot = bg.bgBot;
-}
-
-// Parents read from files may hold anything; the child is brought into the
-// ranges a mutation would respect.
-void clampShape(FractalParams& c) {
-  const FractalType& row = typeRow(c);
-  for (const Knob& k : kShapeKnobs)
-    if (row.flags & k.flag) c.*k.field = std::clamp(c.*k.field, k.lo, k.hi);
-  if (row.flags & kFlagScale) c.scale = std::clamp(c.scale, row.scaleMin, row.scaleMax);
-  if (row.flags & kFlagJulia)
-    for (double* v : {&c.jx, &c.jy, &c.jz}) *v = std::clamp(*v, row.cMin, row.cMax);
-  if (row.flags & kFlagJuliaW) c.jw = std::clamp(c.jw, row.cMin, row.cMax);
-  c.iter = std::clamp(c.iter, 1.0, static_cast<double>(row.iterMax));
-  c.jmode = std::clamp(c.jmode, 0, 2);
-  if (c.slots.size() > 4) c.slots.resize(4);
-  for (FormulaSlot& s : c.slots) {
-    s.f = std::clamp(s.f, 0, 5);
-    s.k = std::clamp(s.k, hybridFormulas()[s.f].kMin, hybridFormulas()[s.f].kMax);
-  }
 }
 
 }  // namespace

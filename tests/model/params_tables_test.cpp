@@ -1,0 +1,146 @@
+#include "model/params.h"
+#include "model/tables.h"
+
+#include <gtest/gtest.h>
+
+TEST(Params, DefaultRecordIsTheClassicFractal) {
+  const FractalParams p;
+  EXPECT_EQ(p.seed, "classic");
+  EXPECT_EQ(p.type, "mandelbulb");
+  EXPECT_EQ(p.palette, "qiv");
+  EXPECT_TRUE(p.slots.empty());
+  EXPECT_EQ(p.glowColor, "#5A4FC8");  // stored as written, upper case
+  EXPECT_EQ(p.customA, "#10131f");
+  EXPECT_EQ(p.dist, 3.4);
+  EXPECT_EQ(p.focus, 2.7);
+  EXPECT_TRUE(p.autoFocus);
+}
+
+TEST(Params, DefaultsForType) {
+  const FractalParams unknown = defaultsForType("Mandelbulb");
+  EXPECT_EQ(unknown.type, "mandelbulb");
+  EXPECT_EQ(unknown.iter, 14);
+  EXPECT_EQ(unknown.power, 8);
+  EXPECT_EQ(unknown.dist, 3.4);
+
+  const FractalParams hybrid = defaultsForType("hybrid");
+  ASSERT_EQ(hybrid.slots.size(), 2u);
+  EXPECT_EQ(hybrid.slots[0], (FormulaSlot{0, 8}));
+  EXPECT_EQ(hybrid.slots[1], (FormulaSlot{2, -1.8}));
+  EXPECT_EQ(hybrid.oy, 0.15);
+  EXPECT_EQ(hybrid.dist, 4);
+
+  const FractalParams kifs = defaultsForType("kifs");
+  EXPECT_EQ(kifs.iter, 13);
+  EXPECT_EQ(kifs.ry, 18);
+  EXPECT_EQ(kifs.dist, 3.6);
+
+  // The camera pose is reset whatever the type, and the rest stays default.
+  FractalParams box = defaultsForType("juliabox");
+  EXPECT_EQ(box.scale, -1.8);
+  EXPECT_EQ(box.jz, -0.4);
+  EXPECT_EQ(box.dist, 7);
+  box.iter = 10, box.scale = 2, box.jx = box.jy = box.jz = 0, box.type = "mandelbulb";
+  box.dist = 3.4;
+  EXPECT_EQ(box, FractalParams{});
+}
+
+TEST(Tables, TypeRows) {
+  const auto& types = fractalTypes();
+  ASSERT_EQ(types.size(), 11u);
+  const char* keys[] = {"mandelbulb", "juliabulb", "burningbulb", "mandelbox", "juliabox", "menger",
+                        "sierpinski", "kifs",      "apollonian",  "qjulia",    "hybrid"};
+  const uint32_t flags[] = {131, 139, 131, 197, 205, 229, 229, 229, 133, 145, 1001};
+  for (int i = 0; i < 11; ++i) {
+    EXPECT_EQ(types[i].key, keys[i]);
+    EXPECT_EQ(types[i].flags, flags[i]) << keys[i];
+    EXPECT_EQ(typeIndex(keys[i]), i);
+    EXPECT_EQ(defaultsForType(keys[i]).dist, types[i].camDist);
+  }
+  EXPECT_EQ(types[6].name, "Тетраэдр Серпинского");
+  EXPECT_EQ(types[2].variantDefine, "BURNING");
+  EXPECT_EQ(types[7].iterGrowth, 1.15);
+  EXPECT_EQ(types[4].cMin, -2);
+  EXPECT_EQ(types[8].scaleMax, 1.6);
+  // Byte comparison: a capitalised key matches nothing and falls back to row 0.
+  EXPECT_EQ(typeIndex("Hybrid"), 0);
+  EXPECT_EQ(typeIndex(""), 0);
+
+  const auto& formulas = hybridFormulas();
+  ASSERT_EQ(formulas.size(), 6u);
+  EXPECT_EQ(formulas[2].name, "Бокс");
+  EXPECT_EQ(formulas[2].genMin, -2.6);
+  EXPECT_EQ(formulas[5].kMin, 1.3);
+}
+
+TEST(Tables, PaletteRows) {
+  const auto& pals = palettes();
+  ASSERT_EQ(pals.size(), 14u);
+  EXPECT_EQ(pals[11].key, "mono");
+  EXPECT_EQ(pals[11].name, "Мрамор");
+  EXPECT_EQ(pals[11].stops.size(), 4u);
+  EXPECT_EQ(pals[12].name, "qiv");
+  EXPECT_EQ(pals[12].stops[2], "#5A4FC8");
+  EXPECT_EQ(pals[13].key, "custom");
+  EXPECT_TRUE(pals[13].stops.empty());
+  EXPECT_EQ(paletteIndex("lava"), 9);
+  EXPECT_EQ(paletteIndex("LAVA"), 0);
+
+  FractalParams p;
+  p.palette = "no such palette";
+  EXPECT_EQ(paletteStops(p), pals[0].stops);
+  p.palette = "custom";
+  EXPECT_EQ(paletteStops(p), (std::vector<std::string>{"#10131f", "#ff4fa3", "#ffe08a"}));
+}
+
+TEST(Tables, ParseHexColour) {
+  float c[3];
+  ASSERT_TRUE(parseHexColour("#FF8000", c));
+  EXPECT_EQ(c[0], 1.0f);
+  EXPECT_EQ(c[1], 128 / 255.0f);
+  EXPECT_EQ(c[2], 0.0f);
+  ASSERT_TRUE(parseHexColour("#ff8000", c));
+  EXPECT_EQ(c[1], 128 / 255.0f);
+  for (const char* bad : {"#abc", "red", "ff8000", "#ff800g", "#ff80000", ""}) {
+    c[0] = c[1] = c[2] = 0.5f;
+    EXPECT_FALSE(parseHexColour(bad, c)) << bad;
+    EXPECT_EQ(c[0] + c[1] + c[2], 0.0f) << bad;
+  }
+}
+
+namespace {
+std::array<int, 4> texel(const std::array<uint8_t, 1024>& t, int i) {
+  return {t[i * 4], t[i * 4 + 1], t[i * 4 + 2], t[i * 4 + 3]};
+}
+}  // namespace
+
+TEST(Tables, PaletteTexels) {
+  const auto t = paletteTexels({"#102030", "#abc", "#ffffff"});
+  EXPECT_EQ(texel(t, 0), (std::array<int, 4>{0x10, 0x20, 0x30, 255}));
+  EXPECT_EQ(texel(t, 255), (std::array<int, 4>{255, 255, 255, 255}));
+  // t = 1 exactly at i = 127.5: the bad middle stop is black where it is reached.
+  EXPECT_LE(texel(t, 127)[0], 1);
+  EXPECT_LE(texel(t, 128)[0], 1);
+  // Smoothstep, not linear: a quarter of the way the first segment is still
+  // closer to its start than a straight line would be.
+  const auto two = paletteTexels({"#000000", "#ffffff"});
+  EXPECT_EQ(texel(two, 64)[0], 40);  // smoothstep(64/255) * 255 rounded
+  for (int i = 1; i < 256; ++i) EXPECT_GE(two[i * 4], two[(i - 1) * 4]);
+
+  // The custom palette: three stops from the record. Texel 128 sits just past
+  // the middle stop (t = 256/255), so it only rounds to customB.
+  FractalParams p;
+  p.palette = "custom";
+  const auto c = paletteTexels(paletteStops(p));
+  EXPECT_EQ(texel(c, 0), (std::array<int, 4>{0x10, 0x13, 0x1f, 255}));
+  EXPECT_EQ(texel(c, 255), (std::array<int, 4>{0xff, 0xe0, 0x8a, 255}));
+  const auto mid = texel(c, 128);
+  EXPECT_NEAR(mid[0], 0xff, 1);
+  EXPECT_NEAR(mid[1], 0x4f, 1);
+  EXPECT_NEAR(mid[2], 0xa3, 1);
+
+  // A single stop has no segment: it is flat rather than undefined.
+  const auto one = paletteTexels({"#336699"});
+  EXPECT_EQ(texel(one, 0), texel(one, 255));
+  EXPECT_EQ(texel(paletteTexels({}), 100), (std::array<int, 4>{0, 0, 0, 255}));
+}

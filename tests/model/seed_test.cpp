@@ -1,0 +1,241 @@
+#include "model/seed.h"
+#include "model/sha256.h"
+#include "model/tables.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+
+namespace {
+
+using Digest = std::array<uint8_t, 32>;
+
+Digest digestOf(const std::string& seed) { return sha256("seedmap_v3:" + seed); }
+double unit(uint8_t d) { return d * 0.00392156862745098; }
+
+// The first seed "prefix0", "prefix1", ... whose digest satisfies `want`.
+std::optional<std::string> findSeed(const std::string& prefix,
+                                    const std::function<bool(const Digest&)>& want) {
+  for (int i = 0; i < 20000; ++i) {
+    const std::string s = prefix + std::to_string(i);
+    if (want(digestOf(s))) return s;
+  }
+  return std::nullopt;
+}
+
+struct Golden {
+  const char* seed;
+  const char* type;
+  void (*expect)(FractalParams&);
+};
+
+}  // namespace
+
+// Exact records worked out independently of this code for a spread of types,
+// seeds (ASCII, Cyrillic, emoji) and branches (fractional power, warp, irid,
+// both metal branches, gated rotations, a three-link chain). The whole record
+// is compared, so a drifted constant or a misread byte anywhere shows up.
+TEST(Seed, GoldenRecords) {
+  const Golden goldens[] = {
+      {"classic", "mandelbulb", [](FractalParams& p) { p.power = 12.025; p.palette = "gold"; p.colShift = 0.851; p.colScale = 1.472; p.lightYaw = 88.0; p.lightPitch = 27.0; p.metal = 0.596; p.glow = 0.061; p.yaw = 14.0; p.pitch = 10.0; p.dist = 3.637; }},
+      {"a", "menger", [](FractalParams& p) { p.scale = 2.846; p.ox = 0.996; p.oy = 1.044; p.oz = 0.918; p.palette = "acid"; p.colShift = 0.8160000000000001; p.colScale = 0.885; p.lightYaw = 155.0; p.lightPitch = 21.0; p.metal = 0.79; p.glow = 0.081; p.yaw = 353.0; p.pitch = 31.0; p.dist = 4.801; }},
+      {"мир", "hybrid", [](FractalParams& p) { p.jx = 0.257; p.jy = -0.316; p.jz = -0.088; p.oy = 0.008; p.oz = 0.092; p.rx = 4.0; p.ry = 1.0; p.rz = -10.0; p.slots = {{2, -2.488}, {0, 7.0}, {0, 8.0}}; p.palette = "plasma"; p.colShift = 0.17300000000000001; p.colScale = 1.597; p.lightYaw = 267.0; p.lightPitch = 68.0; p.metal = 0.097; p.glow = 0.061; p.yaw = 256.0; p.pitch = 34.0; p.dist = 4.514; }},
+      {"🙂", "juliabox", [](FractalParams& p) { p.scale = 2.994; p.jx = 0.581; p.jy = -0.252; p.jz = -0.08700000000000001; p.palette = "ice"; p.colShift = 0.937; p.colScale = 1.403; p.lightYaw = 234.0; p.lightPitch = 38.0; p.metal = 0.755; p.glow = 0.226; p.yaw = 82.0; p.pitch = 32.0; p.dist = 13.908; }},
+      {"x", "kifs", [](FractalParams& p) { p.scale = 1.688; p.ox = 1.061; p.oy = 0.073; p.oz = 0.14100000000000001; p.rx = -2.0; p.ry = -7.0; p.rz = -5.0; p.palette = "plasma"; p.colShift = 0.729; p.colScale = 1.42; p.lightYaw = 353.0; p.lightPitch = 27.0; p.metal = 0.896; p.glow = 0.28200000000000003; p.yaw = 251.0; p.pitch = 44.0; p.dist = 3.928; }},
+      {"q", "qjulia", [](FractalParams& p) { p.jx = -0.245; p.jy = -0.11800000000000001; p.jz = -0.195; p.jw = -0.547; p.palette = "sunset"; p.colShift = 0.5730000000000001; p.colScale = 1.157; p.lightYaw = 51.0; p.lightPitch = 60.0; p.metal = 0.299; p.glow = 0.182; p.yaw = 267.0; p.pitch = 28.0; p.dist = 3.747; }},
+      {"w4", "mandelbox", [](FractalParams& p) { p.scale = -1.788; p.warp = 0.232; p.palette = "aurora"; p.colShift = 0.184; p.colScale = 1.567; p.lightYaw = 14.0; p.lightPitch = 42.0; p.metal = 0.155; p.irid = 0.553; p.glow = 0.194; p.yaw = 299.0; p.pitch = 44.0; p.dist = 11.074; }},
+      {"w63", "sierpinski", [](FractalParams& p) { p.scale = 1.857; p.ox = 1.04; p.oy = 0.966; p.oz = 1.049; p.rx = -1.0; p.ry = 2.0; p.rz = -1.0; p.palette = "acid"; p.colShift = 0.078; p.colScale = 0.963; p.lightYaw = 44.0; p.lightPitch = 36.0; p.metal = 0.165; p.irid = 0.741; p.glow = 0.155; p.yaw = 48.0; p.pitch = 43.0; p.dist = 4.722; }},
+      {"w5", "menger", [](FractalParams& p) { p.scale = 2.746; p.ox = 0.982; p.oy = 0.883; p.rx = 6.0; p.ry = 2.0; p.rz = 9.0; p.palette = "inferno"; p.colShift = 0.2; p.colScale = 1.222; p.lightYaw = 268.0; p.lightPitch = 15.0; p.metal = 0.777; p.irid = 0.713; p.glow = 0.249; p.yaw = 288.0; p.pitch = 11.0; p.dist = 4.072; }},
+      {"classic", "juliabulb", [](FractalParams& p) { p.power = 12.025; p.jx = -0.251; p.jy = -0.455; p.jz = 0.794; p.palette = "gold"; p.colShift = 0.851; p.colScale = 1.472; p.lightYaw = 88.0; p.lightPitch = 27.0; p.metal = 0.596; p.glow = 0.061; p.yaw = 14.0; p.pitch = 10.0; p.dist = 3.851; }},
+      {"w4", "apollonian", [](FractalParams& p) { p.scale = 1.133; p.warp = 0.232; p.palette = "aurora"; p.colShift = 0.184; p.colScale = 1.567; p.lightYaw = 14.0; p.lightPitch = 42.0; p.metal = 0.155; p.irid = 0.553; p.glow = 0.194; p.yaw = 299.0; p.pitch = 44.0; p.dist = 2.593; }},
+      {"zz", "burningbulb", [](FractalParams& p) { p.power = 10.0; p.palette = "acid"; p.colShift = 0.157; p.colScale = 1.61; p.lightYaw = 148.0; p.lightPitch = 20.0; p.metal = 0.312; p.glow = 0.26; p.yaw = 59.0; p.pitch = 13.0; p.dist = 3.7800000000000002; }},
+  };
+  for (const Golden& g : goldens) {
+    FractalParams want = defaultsForType(g.type);
+    want.seed = g.seed;
+    g.expect(want);
+    want.focus = want.dist;
+    const FractalParams got = generateFromSeed(g.seed, g.type);
+    SCOPED_TRACE(std::string(g.seed) + " / " + g.type);
+    // Field by field first, so a failure names the field.
+    EXPECT_EQ(got.power, want.power);
+    EXPECT_EQ(got.scale, want.scale);
+    EXPECT_EQ(got.jx, want.jx);
+    EXPECT_EQ(got.jw, want.jw);
+    EXPECT_EQ(got.ox, want.ox);
+    EXPECT_EQ(got.rz, want.rz);
+    EXPECT_EQ(got.warp, want.warp);
+    EXPECT_EQ(got.slots, want.slots);
+    EXPECT_EQ(got.palette, want.palette);
+    EXPECT_EQ(got.colShift, want.colShift);
+    EXPECT_EQ(got.metal, want.metal);
+    EXPECT_EQ(got.irid, want.irid);
+    EXPECT_EQ(got.dist, want.dist);
+    EXPECT_EQ(got, want);
+  }
+}
+
+TEST(Seed, DeterministicAndSharedAcrossTypes) {
+  EXPECT_EQ(generateFromSeed("a", "menger"), generateFromSeed("a", "menger"));
+  const FractalParams m = generateFromSeed("a", "menger");
+  const FractalParams b = generateFromSeed("a", "mandelbulb");
+  EXPECT_EQ(m.palette, b.palette);
+  EXPECT_EQ(m.colShift, b.colShift);
+  EXPECT_EQ(m.colScale, b.colScale);
+  EXPECT_EQ(m.lightYaw, b.lightYaw);
+  EXPECT_EQ(m.lightPitch, b.lightPitch);
+  EXPECT_EQ(m.yaw, b.yaw);
+  EXPECT_EQ(m.pitch, b.pitch);
+  EXPECT_EQ(m.seed, "a");
+  EXPECT_EQ(m.type, "menger");
+  // An unknown type resolves to the first row, like every other lookup.
+  EXPECT_EQ(generateFromSeed("a", "Menger"), b);
+}
+
+TEST(Seed, BaseRecordLendsOnlyViewingChoices) {
+  FractalParams base = defaultsForType("kifs");
+  base.exposure = 1.7, base.bloom = 0.9, base.vignette = 0.05;
+  base.fov = 70, base.aperture = 0.02, base.autoFocus = false;
+  base.light = 3, base.fog = 0.9, base.palette = "custom", base.iter = 2;
+  FractalParams got = generateFromSeed("w4", "mandelbox", &base);
+  const FractalParams plain = generateFromSeed("w4", "mandelbox");
+  EXPECT_EQ(got.exposure, 1.7);
+  EXPECT_EQ(got.bloom, 0.9);
+  EXPECT_EQ(got.vignette, 0.05);
+  EXPECT_EQ(got.fov, 70);
+  EXPECT_EQ(got.aperture, 0.02);
+  EXPECT_FALSE(got.autoFocus);
+  got.exposure = plain.exposure, got.bloom = plain.bloom, got.vignette = plain.vignette;
+  got.fov = plain.fov, got.aperture = plain.aperture, got.autoFocus = plain.autoFocus;
+  EXPECT_EQ(got, plain);
+}
+
+TEST(Seed, InvariantsOverManySeeds) {
+  for (int i = 0; i < 600; ++i) {
+    const std::string seed = "inv" + std::to_string(i);
+    for (const FractalType& t : fractalTypes()) {
+      const FractalParams p = generateFromSeed(seed, t.key);
+      ASSERT_NE(p.palette, "custom") << seed;
+      ASSERT_EQ(p.dist, p.focus) << seed;
+      ASSERT_GE(p.colShift, 0);
+      ASSERT_LE(p.colShift, 1);
+      ASSERT_GE(p.colScale, 0.7);
+      ASSERT_LE(p.colScale, 1.8);
+      ASSERT_GE(p.metal, 0);
+      ASSERT_LE(p.metal, 0.9);
+      ASSERT_GE(p.pitch, -5);
+      ASSERT_LE(p.pitch, 45);
+      ASSERT_TRUE(p.warp == 0 || (p.warp >= 0.1 && p.warp <= 0.5));
+      if (t.key == "menger" || t.key == "sierpinski" || t.key == "kifs") {
+        ASSERT_EQ(p.warp, 0);
+      }
+      if (t.key == "hybrid") {
+        ASSERT_GE(p.slots.size(), 2u);
+        ASSERT_LE(p.slots.size(), 3u);
+        ASSERT_LE(p.slots[0].f, 3) << "a chain never opens with a Menger or tetrahedron fold";
+      }
+    }
+  }
+}
+
+TEST(Seed, ExtremeBytesGiveTheIntervalEnds) {
+  auto hi = findSeed("hi", [](const Digest& d) { return d[12] == 255; });
+  auto lo = findSeed("lo", [](const Digest& d) { return d[12] == 0; });
+  ASSERT_TRUE(hi && lo);
+  EXPECT_EQ(generateFromSeed(*hi, "mandelbulb").lightYaw, 360);
+  EXPECT_EQ(generateFromSeed(*lo, "mandelbulb").lightYaw, 0);
+  auto jhi = findSeed("jh", [](const Digest& d) { return d[18] == 255; });
+  auto jlo = findSeed("jl", [](const Digest& d) { return d[18] == 0; });
+  ASSERT_TRUE(jhi && jlo);
+  EXPECT_EQ(generateFromSeed(*jhi, "juliabulb").jx, 0.9);
+  EXPECT_EQ(generateFromSeed(*jlo, "juliabulb").jx, -0.9);
+}
+
+TEST(Seed, Gates) {
+  // Menger below the shape gate keeps its default shape; only looks change.
+  auto flat = findSeed("m", [](const Digest& d) { return unit(d[15]) < 0.35; });
+  ASSERT_TRUE(flat);
+  const FractalParams m = generateFromSeed(*flat, "menger");
+  const FractalParams def = defaultsForType("menger");
+  EXPECT_EQ(m.scale, def.scale);
+  EXPECT_EQ(m.ox, 1);
+  EXPECT_EQ(m.oz, 1);
+  EXPECT_EQ(m.rx, 0);
+  EXPECT_EQ(m.warp, 0);
+
+  // Box rotation: present only below the d17 gate.
+  auto rot = findSeed("r", [](const Digest& d) { return unit(d[17]) < 0.45 && d[18] < 100; });
+  auto still = findSeed("s", [](const Digest& d) { return unit(d[17]) >= 0.45; });
+  ASSERT_TRUE(rot && still);
+  EXPECT_NE(generateFromSeed(*rot, "mandelbox").rx, 0);
+  const FractalParams s = generateFromSeed(*still, "mandelbox");
+  EXPECT_EQ(s.rx, 0);
+  EXPECT_EQ(s.rz, 0);
+
+  // Warp and irid gates.
+  auto warped = findSeed("w", [](const Digest& d) { return unit(d[24]) < 0.18; });
+  ASSERT_TRUE(warped);
+  EXPECT_GE(generateFromSeed(*warped, "qjulia").warp, 0.1);
+  EXPECT_EQ(generateFromSeed(*warped, "kifs").warp, 0);
+
+  // Hybrid: slot count from d15's low bit, Julia mode thresholds, rotation gate.
+  auto three = findSeed("h", [](const Digest& d) { return (d[15] & 1) && unit(d[28]) >= 0.5; });
+  ASSERT_TRUE(three);
+  const FractalParams h = generateFromSeed(*three, "hybrid");
+  EXPECT_EQ(h.slots.size(), 3u);
+  EXPECT_EQ(h.rx, 0);
+  EXPECT_EQ(h.ox, 1);
+  auto jm2 = findSeed("j", [](const Digest& d) { return unit(d[22]) >= 0.85; });
+  auto jm1 = findSeed("j", [](const Digest& d) { return unit(d[22]) >= 0.7 && unit(d[22]) < 0.85; });
+  ASSERT_TRUE(jm1 && jm2);
+  EXPECT_EQ(generateFromSeed(*jm2, "hybrid").jmode, 2);
+  EXPECT_EQ(generateFromSeed(*jm1, "hybrid").jmode, 1);
+
+  // Metal branches: high values only with the d27 gate open.
+  auto shiny = findSeed("t", [](const Digest& d) { return unit(d[27]) >= 0.5; });
+  auto dull = findSeed("t", [](const Digest& d) { return unit(d[27]) < 0.5; });
+  ASSERT_TRUE(shiny && dull);
+  EXPECT_GE(generateFromSeed(*shiny, "menger").metal, 0.35);
+  EXPECT_LE(generateFromSeed(*dull, "menger").metal, 0.35);
+}
+
+TEST(Seed, HybridSlotFromDraw) {
+  EXPECT_EQ(hybridSlotFromDraw(0.5, 0.0), (FormulaSlot{3, 1.6}));
+  EXPECT_EQ(hybridSlotFromDraw(1.0, 1.0), (FormulaSlot{0, 10}));
+  EXPECT_EQ(hybridSlotFromDraw(0.0, 0.5), (FormulaSlot{0, 7}));  // 7.0 exactly, a whole power
+  EXPECT_EQ(hybridSlotFromDraw(0.2, 0.49), (FormulaSlot{1, 7}));
+  EXPECT_EQ(hybridSlotFromDraw(0.34, 1.0), (FormulaSlot{2, -1.5}));
+  EXPECT_EQ(hybridSlotFromDraw(0.99, 0.0).f, 5);
+  EXPECT_EQ(hybridSlotFromDraw(0.7, 0.5).f, 4);
+}
+
+TEST(Seed, SceneRadiusAndFraming) {
+  FractalParams p = defaultsForType("mandelbox");
+  p.scale = -1.3;  // negative but above -1.45: the radius is not shrunk
+  EXPECT_DOUBLE_EQ(sceneRadius(p), (2 * 1.3 + 2) / 0.3);
+  p.scale = -2;
+  EXPECT_DOUBLE_EQ(sceneRadius(p), 6 * 0.65 + 0.3);
+  p.scale = 1.01;
+  EXPECT_EQ(sceneRadius(p), 0);
+  EXPECT_EQ(framingDistance(p), 7);  // no estimate: the row's distance
+  p.scale = 1.05;
+  EXPECT_EQ(sceneRadius(p), 40);  // capped
+  EXPECT_EQ(framingDistance(p), 76);
+
+  FractalParams bulb = defaultsForType("juliabulb");
+  bulb.warp = 0.5;
+  EXPECT_DOUBLE_EQ(sceneRadius(bulb), 1.7);
+  EXPECT_EQ(framingDistance(bulb), 3.6);  // bulbs always frame at the row's distance
+
+  FractalParams h = defaultsForType("hybrid");
+  h.slots.clear();
+  EXPECT_DOUBLE_EQ(framingDistance(h), 2.86);
+  h.slots = {{2, -2}};
+  EXPECT_DOUBLE_EQ(framingDistance(h), (6 * 0.65 + 0.3) * 2.2);
+  h.slots = {{2, 1.1}};
+  EXPECT_DOUBLE_EQ(framingDistance(h), 12 * 2.2);
+  h.slots = {{0, 8}, {3, 1.8}};
+  h.ox = 3, h.oy = 0, h.oz = 4;
+  EXPECT_DOUBLE_EQ(framingDistance(h), 5.3 * 2.2);
+}
