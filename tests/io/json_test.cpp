@@ -1,0 +1,115 @@
+#include "io/json.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+std::string parseError(const std::string& text) {
+  try {
+    parseJson(text);
+  } catch (const std::runtime_error& e) {
+    return e.what();
+  }
+  return "(no error)";
+}
+
+std::string nested(int depth) { return std::string(depth, '[') + std::string(depth, ']'); }
+
+}  // namespace
+
+TEST(Json, ErrorMessages) {
+  EXPECT_EQ(parseError("{} x"), "лишние символы в JSON");
+  EXPECT_EQ(parseError("[1,2"), "неожиданный конец JSON");
+  EXPECT_EQ(parseError(""), "неожиданный конец JSON");
+  EXPECT_EQ(parseError("  "), "неожиданный конец JSON");
+  EXPECT_EQ(parseError("{\"a\""), "неожиданный конец JSON");
+  EXPECT_EQ(parseError("[\"abc]"), "неожиданный конец JSON");  // the string swallows the bracket
+  EXPECT_EQ(parseError("[1;2]"), "ожидалось ',' или ']'");
+  EXPECT_EQ(parseError("{\"a\":1;}"), "ожидалось ',' или '}'");
+  EXPECT_EQ(parseError("{\"a\" 1}"), "ожидалось ':'");
+  EXPECT_EQ(parseError("{a:1}"), "ожидалась строка");
+  EXPECT_EQ(parseError("{\"a\":1,}"), "ожидалась строка");
+  EXPECT_EQ(parseError("[1,]"), "неверное значение JSON");
+  EXPECT_EQ(parseError("tru"), "неверное значение JSON");
+  EXPECT_EQ(parseError("\xEF\xBB\xBF{}"), "неверное значение JSON");  // a BOM is not skipped
+}
+
+TEST(Json, LenientReading) {
+  EXPECT_TRUE(parseJson("  {} ").isObject());
+  EXPECT_EQ(parseJson("\"abc").text, "abc");
+  EXPECT_EQ(parseJson("1-2").number, 1);
+  EXPECT_EQ(parseJson("+5").number, 5);
+  EXPECT_EQ(parseJson(".5e1").number, 5);
+  EXPECT_EQ(parseJson("-").number, 0);
+  EXPECT_EQ(parseJson("[true,false,null]").items[2].type, JsonValue::Null);
+
+  JsonValue dup = parseJson("{\"a\":1,\"b\":0,\"a\":2}");
+  ASSERT_EQ(dup.members.size(), 2u);
+  EXPECT_EQ(dup.members[0].first, "a");
+  EXPECT_EQ(dup.members[0].second.number, 2);
+}
+
+TEST(Json, StringEscapes) {
+  EXPECT_EQ(parseJson(R"("\n\t\r\b\f\"\\\/\q")").text, "\n\t\r\b\f\"\\/q");
+  EXPECT_EQ(parseJson(R"("\u0041\u00e9\u20ac")").text, "A\xC3\xA9\xE2\x82\xAC");
+  // Surrogate halves are encoded one by one, as two 3-byte sequences.
+  EXPECT_EQ(parseJson(R"("\ud83d\ude00")").text, "\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(parseJson(R"("\u12")").text, "u12");
+
+  std::string written = writeJson(JsonValue::makeString("a\tb\"c\\d\ne\x01\xD0\xBC"), 0);
+  EXPECT_EQ(written, "\"a\\u0009b\\\"c\\\\d\\ne\\u0001\xD0\xBC\"");
+  EXPECT_EQ(parseJson(written).text, "a\tb\"c\\d\ne\x01\xD0\xBC");
+}
+
+TEST(Json, DepthLimit) {
+  EXPECT_NO_THROW(parseJson(nested(kJsonMaxDepth)));
+  EXPECT_EQ(parseError(nested(kJsonMaxDepth + 1)), "слишком глубокая вложенность JSON");
+  EXPECT_EQ(parseError(std::string(100000, '[')), "слишком глубокая вложенность JSON");
+  // Depth counts open containers, not containers seen: siblings do not add up.
+  std::string wide = "[" + nested(kJsonMaxDepth - 1) + "," + nested(kJsonMaxDepth - 1) + "]";
+  EXPECT_NO_THROW(parseJson(wide));
+}
+
+TEST(Json, NumberFormatting) {
+  auto num = [](double x) { return writeJson(JsonValue::makeNumber(x), 2); };
+  EXPECT_EQ(num(3), "3");
+  EXPECT_EQ(num(2.5), "2.5");
+  EXPECT_EQ(num(1e20), "1e+20");
+  EXPECT_EQ(num(0.1 + 0.2), "0.3");
+  EXPECT_EQ(num(-1.8), "-1.8");
+  EXPECT_EQ(num(999999999999999.0), "999999999999999");
+  EXPECT_EQ(num(1e15), "1e+15");
+  EXPECT_EQ(num(1.0 / 3), "0.3333333333");
+  EXPECT_EQ(num(-0.0), "-0");
+  EXPECT_EQ(num(1e-7), "1e-07");
+  EXPECT_EQ(num(std::numeric_limits<double>::infinity()), "0");
+  EXPECT_EQ(num(std::numeric_limits<double>::quiet_NaN()), "0");
+}
+
+TEST(Json, LayoutAndHelpers) {
+  JsonValue o = JsonValue::makeObject();
+  set(o, "b", JsonValue::makeNumber(1));
+  set(o, "a", JsonValue::makeArray());
+  JsonValue arr = JsonValue::makeArray();
+  JsonValue inner = JsonValue::makeObject();
+  set(inner, "x", JsonValue::makeBool(true));
+  arr.items.push_back(inner);
+  arr.items.push_back(JsonValue());
+  set(o, "c", arr);
+  set(o, "e", JsonValue::makeObject());
+  set(o, "b", JsonValue::makeString("s"));  // replaced in place
+
+  EXPECT_EQ(writeJson(o, 2),
+            "{\n  \"b\": \"s\",\n  \"a\": [],\n  \"c\": [{\n      \"x\": true\n    }, null],\n"
+            "  \"e\": {}\n}");
+  EXPECT_EQ(writeJson(o, 0), "{\n\"b\": \"s\",\n\"a\": [],\n\"c\": [{\n\"x\": true\n}, null],\n\"e\": {}\n}");
+
+  EXPECT_EQ(numberOr(o, "b", 7), 7);  // a string is not a number
+  EXPECT_EQ(stringOr(o, "b", "?"), "s");
+  EXPECT_EQ(stringOr(o, "zz", "?"), "?");
+  EXPECT_EQ(find(o, "zz"), nullptr);
+}

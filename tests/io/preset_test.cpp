@@ -1,0 +1,139 @@
+#include "io/json.h"
+#include "io/preset.h"
+#include "model/seed.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+FractalParams read(const std::string& text) { return presetFromJson(parseJson(text)); }
+
+// Every field set to something other than its default, with values that
+// survive ten significant digits.
+FractalParams unusualRecord() {
+  FractalParams p = defaultsForType("hybrid");
+  p.seed = "мир \"2\"\n";
+  p.iter = 17.5;
+  p.jw = -0.125;
+  p.warp = 0.3;
+  p.slots = {{3, 1.75}, {5, 1.9}, {0, 8}};
+  p.jmode = 2;
+  p.palette = "custom";
+  p.customB = "#ABCDEF";
+  p.glowColor = "not a colour";
+  p.autoFocus = false;
+  p.focus = 1e-9;
+  p.tx = -2.5;
+  p.pitch = -5;
+  p.dist = 123456.789;
+  return p;
+}
+
+}  // namespace
+
+TEST(Preset, DefaultRecordGoldenText) {
+  const char* golden =
+      "{\n"
+      "  \"app\": \"Quorvantelix3D\",\n  \"version\": \"3.0\",\n  \"v\": 3,\n"
+      "  \"seed\": \"classic\",\n  \"type\": \"mandelbulb\",\n"
+      "  \"iter\": 10,\n  \"power\": 8,\n  \"scale\": 2,\n"
+      "  \"jx\": 0,\n  \"jy\": 0,\n  \"jz\": 0,\n  \"jw\": 0,\n"
+      "  \"ox\": 1,\n  \"oy\": 1,\n  \"oz\": 1,\n  \"rx\": 0,\n  \"ry\": 0,\n  \"rz\": 0,\n"
+      "  \"warp\": 0,\n  \"colShift\": 0,\n  \"colScale\": 1,\n"
+      "  \"lightYaw\": 40,\n  \"lightPitch\": 45,\n  \"light\": 1,\n  \"ambient\": 0.5,\n"
+      "  \"spec\": 0.6,\n  \"shadowSoft\": 10,\n  \"metal\": 0.25,\n  \"irid\": 0,\n  \"glow\": 0.25,\n"
+      "  \"fog\": 0.15,\n  \"exposure\": 1,\n  \"bloom\": 0.35,\n  \"vignette\": 0.35,\n"
+      "  \"fov\": 50,\n  \"aperture\": 0,\n  \"focus\": 2.7,\n"
+      "  \"slots\": [],\n  \"jmode\": 0,\n"
+      "  \"palette\": \"qiv\",\n  \"customA\": \"#10131f\",\n  \"customB\": \"#ff4fa3\",\n"
+      "  \"customC\": \"#ffe08a\",\n  \"glowColor\": \"#5A4FC8\",\n"
+      "  \"bgTop\": \"#0E4A50\",\n  \"bgBot\": \"#031F23\",\n  \"autoFocus\": true,\n"
+      "  \"cam\": {\n    \"tx\": 0,\n    \"ty\": 0,\n    \"tz\": 0,\n    \"yaw\": 35,\n"
+      "    \"pitch\": 22,\n    \"dist\": 3.4\n  }\n"
+      "}";
+  EXPECT_EQ(presetText(FractalParams{}, 2), golden);
+}
+
+TEST(Preset, SlotsLayoutAndPngIndent) {
+  std::string text = presetText(defaultsForType("hybrid"), 2);
+  EXPECT_NE(text.find("  \"slots\": [{\n      \"f\": 0,\n      \"k\": 8\n    }, {\n"
+                      "      \"f\": 2,\n      \"k\": -1.8\n    }],\n"),
+            std::string::npos);
+  std::string flat = presetText(FractalParams{}, 0);
+  EXPECT_EQ(flat.substr(0, 30), "{\n\"app\": \"Quorvantelix3D\",\n\"ve");
+  EXPECT_NE(flat.find("\"cam\": {\n\"tx\": 0,"), std::string::npos);
+}
+
+TEST(Preset, RoundTrip) {
+  FractalParams p = unusualRecord();
+  EXPECT_EQ(read(presetText(p, 2)), p);
+  EXPECT_EQ(read(presetText(p, 0)), p);
+  FractalParams fine;
+  fine.power = 1.0 / 3;  // more than ten digits come back rounded to ten
+  EXPECT_DOUBLE_EQ(read(presetText(fine, 2)).power, 0.3333333333);
+}
+
+TEST(Preset, DesktopDialectDefaults) {
+  FractalParams bare = read(R"({"v": 3})");
+  EXPECT_EQ(bare, defaultsForType("mandelbulb"));
+  EXPECT_EQ(bare.seed, "classic");
+
+  EXPECT_EQ(read(R"({"v": 3, "type": "hybrid", "slots": []})").slots,
+            defaultsForType("hybrid").slots);
+  EXPECT_EQ(read(R"({"v": 3, "type": "nosuch"})").type, "mandelbulb");
+  EXPECT_EQ(read(R"({"v": 3, "type": "Menger"})").type, "mandelbulb");  // desktop keys are exact
+
+  // Missing keys take the type's defaults, wrong JSON types are ignored.
+  FractalParams m = read(R"({"v": 3, "type": "menger", "iter": "9", "autoFocus": 0,
+                             "palette": 5, "jmode": -2.9, "scale": 2.25})");
+  FractalParams expected = defaultsForType("menger");
+  expected.scale = 2.25;
+  expected.jmode = -2;
+  EXPECT_EQ(m, expected);
+
+  // "v" other than 3 still counts as desktop when "app" says so.
+  EXPECT_EQ(read(R"({"v": 2, "app": "Quorvantelix3D", "seed": "x", "iter": 3})").iter, 3);
+}
+
+TEST(Preset, SlotsAndCamera) {
+  FractalParams p = read(R"({"v": 3, "type": "hybrid",
+      "slots": [{"f": 7.6}, {"f": -2}, 5, {"f": 2.5, "k": 1}, {}, {}]})");
+  std::vector<FormulaSlot> expected = {{5, 8}, {0, 8}, {3, 1}, {0, 8}};
+  EXPECT_EQ(p.slots, expected);
+  EXPECT_EQ(read(R"({"v": 3, "type": "hybrid", "slots": "x"})").slots,
+            defaultsForType("hybrid").slots);
+
+  FractalParams cam = read(R"({"v": 3, "type": "menger", "cam": {"tx": 1, "yaw": "9"}})");
+  EXPECT_EQ(cam.tx, 1);
+  EXPECT_EQ(cam.yaw, 35);
+  EXPECT_EQ(cam.dist, 4.2);  // the type's camera distance
+  FractalParams noCam = read(R"({"v": 3, "type": "menger", "cam": [1]})");
+  EXPECT_EQ(noCam.dist, defaultsForType("menger").dist);
+}
+
+TEST(Preset, WebDialect) {
+  EXPECT_EQ(read(R"({"Seed": "abc", "Type": 3})"), generateFromSeed("abc", "menger"));
+  EXPECT_EQ(read(R"({"type": "MENGER", "seed": "abc"})"), generateFromSeed("abc", "menger"));
+  EXPECT_EQ(read(R"({"seed": "abc", "type": 6.9})"), generateFromSeed("abc", "juliabox"));
+  EXPECT_EQ(read(R"({"seed": "abc", "Seed": "x", "type": 7})"), generateFromSeed("abc", "mandelbulb"));
+  EXPECT_EQ(read(R"({"seed": "abc", "type": "qjulia"})"), generateFromSeed("abc", "qjulia"));
+  EXPECT_EQ(read(R"({"seed": "abc", "type": "nosuch", "iter": 99})"),
+            generateFromSeed("abc", "mandelbulb"));
+  EXPECT_EQ(read(R"({"v": 3.5, "app": "other", "seed": "abc"})"), generateFromSeed("abc", "mandelbulb"));
+  FractalParams random = read("{}");
+  EXPECT_FALSE(random.seed.empty());
+  EXPECT_EQ(random.type, "mandelbulb");
+}
+
+TEST(Preset, RootMustBeObject) {
+  for (const char* text : {"[]", "3", "\"x\"", "null"}) {
+    try {
+      read(text);
+      ADD_FAILURE() << text;
+    } catch (const std::runtime_error& e) {
+      EXPECT_STREQ(e.what(), "неверный формат пресета");
+    }
+  }
+}

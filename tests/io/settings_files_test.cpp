@@ -1,0 +1,200 @@
+#include "io/files.h"
+#include "io/json.h"
+#include "io/png_chunk.h"
+#include "io/preset.h"
+#include "io/settings.h"
+#include "model/seed.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A fresh folder per test, removed afterwards.
+class TempDir : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir = fs::temp_directory_path() /
+          ("qtx_io_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+  }
+  void TearDown() override { fs::remove_all(dir); }
+
+  std::string file(const std::string& name, const std::string& content) {
+    std::string p = (dir / name).string();
+    std::ofstream(p, std::ios::binary) << content;
+    return p;
+  }
+  size_t entries() const { return static_cast<size_t>(std::distance(fs::directory_iterator(dir), {})); }
+
+  fs::path dir;
+};
+
+using Settings = TempDir;
+using Files = TempDir;
+
+std::string pngWithPreset(const std::string& text) {
+  std::string png("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR", 16);
+  png += std::string(17, '\0');
+  png += std::string("\0\0\0\0IEND\xae\x42\x60\x82", 12);
+  splicePresetChunk(png, text);
+  return png;
+}
+
+}  // namespace
+
+TEST_F(Settings, LoadingAppliesWhatItCanRead) {
+  FractalParams p;
+  AppSettings s;
+  std::vector<RecentSeed> recent = {{"old", "menger"}};
+  EXPECT_FALSE(loadState((dir / "missing.json").string(), p, s, recent));
+  EXPECT_EQ(p, FractalParams{});
+  EXPECT_EQ(s, AppSettings{});
+
+  EXPECT_TRUE(loadState(file("q.json", R"({"quality": {"samples": 64.9, "deep": -1.7,
+      "resScale": 1.5, "shadows": 0, "gi": true, "vsync": "no", "maxSteps": 1e12}})"), p, s, recent));
+  AppSettings expected;
+  expected.samples = 64;
+  expected.deep = -1;
+  expected.resScale = 1.5;
+  expected.gi = true;
+  expected.maxSteps = INT32_MAX;
+  EXPECT_EQ(s, expected);
+  EXPECT_EQ(p, FractalParams{});
+  EXPECT_EQ(recent.size(), 1u);
+
+  EXPECT_TRUE(loadState(file("h.json", R"({"history": [{"seed": "abc"}, 3, {"seed": 5, "type": "kifs"}]})"),
+                        p, s, recent));
+  std::vector<RecentSeed> expectedRecent = {{"abc", "mandelbulb"}, {"", "kifs"}};
+  EXPECT_EQ(recent, expectedRecent);
+}
+
+TEST_F(Settings, CutFileKeepsWhatCameBefore) {
+  FractalParams saved = generateFromSeed("abc", "menger");
+  AppSettings savedSettings;
+  savedSettings.samples = 12;
+  std::string text = stateText(saved, savedSettings, {{"abc", "menger"}});
+  std::string cut = text.substr(0, text.find("\"quality\"") + 20);
+
+  FractalParams p;
+  AppSettings s;
+  std::vector<RecentSeed> recent;
+  EXPECT_FALSE(loadState(file("cut.json", cut), p, s, recent));
+  EXPECT_EQ(s, AppSettings{});  // a syntax error applies nothing: the parse is whole-file
+  EXPECT_EQ(p, FractalParams{});
+
+  // A preset that fails stops loading before quality and history.
+  EXPECT_FALSE(loadState(file("bad.json", R"({"preset": [], "quality": {"samples": 1}})"), p, s, recent));
+  EXPECT_EQ(s, AppSettings{});
+}
+
+TEST_F(Settings, SaveLoadRoundTripIsAtomic) {
+  FractalParams current = generateFromSeed("мир", "hybrid");
+  AppSettings settings;
+  settings.precision = 0.75;
+  settings.vsync = false;
+  std::vector<RecentSeed> history = {{"мир", "hybrid"}, {"x", "kifs"}};
+  std::string path = file("state.json", "old contents");
+  ASSERT_TRUE(saveState(path, current, settings, history));
+  EXPECT_EQ(entries(), 1u);  // no temporary file is left behind
+
+  FractalParams p;
+  AppSettings s;
+  std::vector<RecentSeed> recent;
+  ASSERT_TRUE(loadState(path, p, s, recent));
+  EXPECT_EQ(presetText(p, 2), presetText(current, 2));  // numbers keep ten digits
+  EXPECT_EQ(s, settings);
+  EXPECT_EQ(recent, history);
+
+  JsonValue root = parseJson(stateText(current, settings, history));
+  ASSERT_EQ(root.members.size(), 3u);
+  EXPECT_EQ(root.members[0].first, "preset");
+  std::vector<std::string> keys;
+  for (const auto& m : root.members[1].second.members) keys.push_back(m.first);
+  std::vector<std::string> expectedKeys = {"resScale", "samples", "maxSteps", "precision", "deep",
+                                           "diveSpeed", "mutation", "shadows", "ao", "adaptive",
+                                           "autoIter", "prepass", "gi", "vsync"};
+  EXPECT_EQ(keys, expectedKeys);
+}
+
+TEST_F(Files, WriteAndReadWholeFiles) {
+  std::string path = (dir / "a.bin").string();
+  std::string bytes("\0\x89 binary \r\n", 12);
+  ASSERT_TRUE(writeFileAtomic(path, bytes));
+  std::string back;
+  ASSERT_TRUE(readWholeFile(path, back));
+  EXPECT_EQ(back, bytes);
+  EXPECT_EQ(entries(), 1u);
+
+  EXPECT_FALSE(readWholeFile((dir / "none").string(), back));
+  EXPECT_EQ(back, bytes);  // untouched on failure
+  EXPECT_FALSE(readWholeFile(dir.string(), back));
+  // A target that cannot be replaced (a folder) fails and leaves no temporary file.
+  fs::create_directory(dir / "sub");
+  fs::create_directory(dir / "sub" / "x");
+  EXPECT_FALSE(writeFileAtomic((dir / "sub" / "x").string(), "data"));
+  EXPECT_EQ(static_cast<size_t>(std::distance(fs::directory_iterator(dir / "sub"), {})), 1u);
+  EXPECT_FALSE(writeFileAtomic((dir / "no" / "such" / "f").string(), "data"));
+}
+
+TEST_F(Files, LoadMessages) {
+  FractalParams p = generateFromSeed("keep", "kifs");
+  const FractalParams before = p;
+  std::string msg;
+  auto fails = [&](const std::string& path) {
+    msg.clear();
+    return !loadPresetFile(path, p, msg);
+  };
+  EXPECT_TRUE(fails((dir / "missing.json").string()));
+  EXPECT_EQ(msg, "Не удалось прочитать файл");
+  EXPECT_TRUE(fails(file("empty.json", "")));
+  EXPECT_EQ(msg, "Не удалось открыть: неожиданный конец JSON");
+  EXPECT_TRUE(fails(file("arr.json", "[1]")));
+  EXPECT_EQ(msg, "Не удалось открыть: неверный формат пресета");
+  EXPECT_TRUE(fails(file("other.png", pngWithPreset(""))));
+  EXPECT_EQ(msg, "В этом PNG нет параметров Quorvan Telix");
+  EXPECT_TRUE(fails(file("bad.png", pngWithPreset("x\x9c"))));  // a compressed text fails as JSON
+  EXPECT_EQ(msg, "Не удалось открыть: неверное значение JSON");
+  EXPECT_EQ(p, before);
+
+  // Short files starting with 0x89 are read as JSON, not as a PNG.
+  EXPECT_TRUE(fails(file("short", "\x89PNG")));
+  EXPECT_EQ(msg, "Не удалось открыть: неверное значение JSON");
+}
+
+TEST_F(Files, LoadAndSavePresets) {
+  FractalParams p;
+  std::string msg;
+  FractalParams stored = generateFromSeed("abc", "juliabox");
+  ASSERT_TRUE(loadPresetFile(file("looks.json", pngWithPreset(presetText(stored, 0))), p, msg));
+  EXPECT_EQ(presetText(p, 2), presetText(stored, 2));
+
+  ASSERT_TRUE(loadPresetFile(file("web.json", R"({"seed": "abc", "type": 3})"), p, msg));
+  EXPECT_EQ(p, generateFromSeed("abc", "menger"));
+  EXPECT_EQ(p.seed, "abc");
+
+  std::string path = (dir / "saved.json").string();
+  ASSERT_TRUE(savePresetFile(path, stored));
+  std::string text;
+  ASSERT_TRUE(readWholeFile(path, text));
+  EXPECT_EQ(text, presetText(stored, 2));
+}
+
+TEST(SafeNames, LettersOfAnyScriptStay) {
+  EXPECT_EQ(proposedPresetName("мир 2/3"), "fractal_мир_2_3.json");
+  EXPECT_EQ(safeFileName("a-b_c.d"), "a-b_c_d");
+  EXPECT_EQ(safeFileName(""), "fractal");
+  EXPECT_EQ(safeFileName("Ёж·9"), "Ёж_9");
+  EXPECT_EQ(safeFileName("x\xF0\x9F\x98\x80y"), "x_y");   // an emoji is one character
+  EXPECT_EQ(safeFileName("a\xFF\xD0z"), "a__z");           // broken bytes, one '_' each
+  EXPECT_EQ(safeFileName("\xE0\x80\x80"), "___");          // overlong form
+  EXPECT_EQ(safeFileName(std::string(50, 'x')), std::string(40, 'x'));
+  std::string cyr;
+  for (int i = 0; i < 45; ++i) cyr += "ж";
+  EXPECT_EQ(safeFileName(cyr).size(), 80u);  // forty characters, two bytes each
+}
