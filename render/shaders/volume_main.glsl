@@ -36,10 +36,14 @@ vec3 bg(vec3 rd, vec3 L) {
   return sky + vec3(1.0, 0.85, 0.65) * (pow(sun, 24.0) * 0.06 + pow(sun, 400.0) * 0.4) * uLight;
 }
 
-// Extinction per unit length: dense (optical depth 1 over 5% of the scene
-// scale) inside, fading over a shell of 2% of the scene scale outside.
+// Extinction per unit length: dense (optical depth 1 over 3% of the scene
+// scale) inside, fading over a thin shell outside.
+float shellWidth() {
+  return uSceneScale * 0.005;
+}
+
 float density(float d) {
-  return exp(-max(d, 0.0) / (uSceneScale * 0.02)) / (uSceneScale * 0.05);
+  return exp(-max(d, 0.0) / shellWidth()) / (uSceneScale * 0.03);
 }
 
 void main() {
@@ -67,7 +71,7 @@ void main() {
 
   // Sphere-trace through empty space, take short fixed steps in the shell;
   // a jittered start turns the step pattern into noise that accumulates away.
-  float shellStep = uSceneScale * 0.01;
+  float shellStep = shellWidth();
   float t = tmin + shellStep * (stochastic ? rnd.y : 0.5);
   float transmit = 1.0;
   float depth = 10000.0;
@@ -77,7 +81,7 @@ void main() {
     vec3 p = ro + rd * t;
     float d = map(p);
     float trap = gTrap;
-    float dt = max(d - uSceneScale * 0.04, 0.0) * STEP_K + shellStep;
+    float dt = max(d - shellStep * 3.0, 0.0) * STEP_K + shellStep;
     float a = 1.0 - exp(-density(d) * dt);
     if (a > 1e-5) {
       float tau = density(map(p + L * uSceneScale * 0.03)) * uSceneScale * 0.03
