@@ -1,0 +1,40 @@
+#!/bin/sh
+# A headless shot end to end: exit status, a valid PNG whose embedded preset
+# equals the one the seed generator gives, a report that says it converged,
+# and no settings file written.
+# Usage: shot_test.sh PROGRAM TYPE SEED
+set -u
+prog=$1 type=$2 seed=$3
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
+fail() { echo "FAIL: $*"; exit 1; }
+
+export XDG_CONFIG_HOME="$dir/cfg" HOME="$dir/home"
+mkdir -p "$HOME"
+unset DISPLAY WAYLAND_DISPLAY
+
+out="$dir/shot.png"
+env "$prog" --shot "$out" --seed "$seed" --type "$type" --size 96x54 --samples 4 2>"$dir/stderr"
+rc=$?
+if [ $rc -ne 0 ] && grep -q "OpenGL 4.3" "$dir/stderr"; then
+  echo "no OpenGL 4.3 context here; skipped"
+  exit 77
+fi
+[ $rc -eq 0 ] || { cat "$dir/stderr"; fail "exit status $rc"; }
+[ -s "$out" ] || fail "no PNG written"
+if command -v pngcheck >/dev/null 2>&1; then
+  pngcheck -q "$out" || fail "pngcheck rejects the PNG"
+fi
+grep -qx "converged: yes" "$out.log" || { cat "$out.log"; fail "report does not say converged"; }
+grep -qx "error: " "$out.log" || { cat "$out.log"; fail "report carries an error"; }
+grep -q "^dist: [0-9]\.[0-9][0-9][0-9]e[-+][0-9][0-9]$" "$out.log" || fail "report distance malformed"
+
+"$prog" --print-preset "$out" >"$dir/from_png.json" || fail "--print-preset of the PNG failed"
+"$prog" --print-preset --seed "$seed" --type "$type" >"$dir/from_seed.json" || fail "--print-preset of the seed failed"
+cmp -s "$dir/from_png.json" "$dir/from_seed.json" || {
+  diff "$dir/from_png.json" "$dir/from_seed.json"
+  fail "the PNG's preset differs from the seed's"
+}
+
+[ ! -e "$XDG_CONFIG_HOME/Quorvantelix/state.json" ] || fail "a shot wrote the settings file"
+echo "ok: $type $seed"
