@@ -59,7 +59,7 @@ TEST(LiveParams, UntouchedCameraGivesBackTheRecordExactlyAndAMovedOneItsPose) {
   cameraUpdate(s.camera, 100.0);
   FractalParams live = liveParams(s);
   EXPECT_EQ(live.yaw, s.camera.yaw);
-  EXPECT_DOUBLE_EQ(live.dist, 0.5);
+  EXPECT_NEAR(live.dist, 0.5, 1e-12);
 }
 
 TEST(ShotReport, HasTheFixedLineLayout) {
