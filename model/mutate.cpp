@@ -126,11 +126,13 @@ int pickIndex(std::mt19937& rng, int count) {
   return std::min(static_cast<int>(randomUnit(rng) * count), count - 1);
 }
 
+// One parent's value, or the other's, or a blend between them (a third each).
+// Picks are exact; only a blend is rounded, to keep presets readable.
 double blendDraw(double a, double b, std::mt19937& rng) {
   const double r = randomUnit(rng);
   if (r < 1.0 / 3) return a;
   if (r < 2.0 / 3) return b;
-  return a + (b - a) * randomUnit(rng);
+  return roundTo(a + (b - a) * randomUnit(rng), 0.001);
 }
 
 }  // namespace
@@ -271,7 +273,7 @@ FormulaSlot crossSlot(const FractalParams& a, const FractalParams& b, size_t i,
   if (i >= b.slots.size()) return a.slots[i];
   const FormulaSlot& sa = a.slots[i];
   const FormulaSlot& sb = b.slots[i];
-  if (sa.f == sb.f) return {sa.f, roundTo(blendDraw(sa.k, sb.k, rng), 0.001)};
+  if (sa.f == sb.f) return {sa.f, blendDraw(sa.k, sb.k, rng)};
   return randomUnit(rng) < 0.5 ? sa : sb;
 }
 
@@ -283,7 +285,7 @@ void blendShape(FractalParams& c, const FractalParams& a, const FractalParams& b
       &FractalParams::oz,    &FractalParams::rx,    &FractalParams::ry, &FractalParams::rz,
       &FractalParams::warp,
   };
-  for (auto field : fields) c.*field = roundTo(blendDraw(a.*field, b.*field, rng), 0.001);
+  for (auto field : fields) c.*field = blendDraw(a.*field, b.*field, rng);
   // A blend across zero would land on a degenerate fold scale; pick instead.
   if ((a.scale < 0) != (b.scale < 0)) c.scale = randomUnit(rng) < 0.5 ? a.scale : b.scale;
   c.iter = std::floor(blendDraw(a.iter, b.iter, rng) + 0.5);
