@@ -110,13 +110,3 @@ TEST(CommandLine, PrintPreset) {
   EXPECT_EQ(runPrintPreset(o, out, err), 1);
   EXPECT_EQ(err, "Не удалось прочитать файл\n");
 }
-
-TEST(CommandLine, Texts) {
-  EXPECT_EQ(versionText(), "Quorvan Telix 3D 0.1.0");
-  std::string usage = usageText();
-  for (const char* option : {"--shot", "--seed", "--type", "--tab", "--dist", "--samples", "--deep",
-                             "--dive", "--dive-speed", "--dive-until", "--hide-ui", "--input-test",
-                             "--size", "--headless", "--print-preset", "--help", "--version",
-                             "/s", "/p", "/c", "-window-id"})
-    EXPECT_NE(usage.find(option), std::string::npos) << option;
-}

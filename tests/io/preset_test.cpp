@@ -56,16 +56,6 @@ TEST(Preset, DefaultRecordGoldenText) {
   EXPECT_EQ(presetText(FractalParams{}, 2), golden);
 }
 
-TEST(Preset, SlotsLayoutAndPngIndent) {
-  std::string text = presetText(defaultsForType("hybrid"), 2);
-  EXPECT_NE(text.find("  \"slots\": [{\n      \"f\": 0,\n      \"k\": 8\n    }, {\n"
-                      "      \"f\": 2,\n      \"k\": -1.8\n    }],\n"),
-            std::string::npos);
-  std::string flat = presetText(FractalParams{}, 0);
-  EXPECT_EQ(flat.substr(0, 30), "{\n\"app\": \"Quorvantelix3D\",\n\"ve");
-  EXPECT_NE(flat.find("\"cam\": {\n\"tx\": 0,"), std::string::npos);
-}
-
 TEST(Preset, RoundTrip) {
   FractalParams p = unusualRecord();
   EXPECT_EQ(read(presetText(p, 2)), p);
