@@ -42,7 +42,8 @@ struct FrameInput {
   const FractalParams* params = nullptr;  // the current record (palette, lighting, post)
   CameraView camera;
   bool cameraMoving = false;       // the camera update reported motion this frame
-  bool animating = false;          // live mode / palette animation / dive running, not paused
+  bool animating = false;          // live mode / palette animation / dive running, not paused:
+                                   // the picture changes every frame (resets, soft history trail)
   bool diveActive = false;         // iterations and step budget grow with depth
   bool deepForced = false;         // --deep: the fp64 setting counts as 2 ("always")
   double shiftTarget = 0;          // image shift target in window pixels (half the panel width, or 0)

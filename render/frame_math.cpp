@@ -1,0 +1,130 @@
+#include "render/frame_math.h"
+
+#include "model/tables.h"
+
+#include <algorithm>
+#include <cmath>
+
+double autoRenderScale(int width, int height) {
+  return std::min(1.0, std::sqrt(2400000.0 / (double(width) * double(height))));
+}
+
+void accumulationSize(int width, int height, double resScale, int& accW, int& accH) {
+  const double s = resScale > 0 ? resScale : autoRenderScale(width, height);
+  accW = std::max(1, int(std::lround(width * s)));
+  accH = std::max(1, int(std::lround(height * s)));
+}
+
+int bloomSide(int windowSide) { return std::max(1, (windowSide + 3) / 4); }
+
+int prepassSide(int renderSide) { return (renderSide + 3) / 4; }
+
+std::vector<Tile> photoTiles(int width, int height) {
+  std::vector<Tile> tiles;
+  for (int y = 0; y < height; y += 512)
+    for (int x = 0; x < width; x += 512)
+      tiles.push_back({x, y, std::min(512, width - x), std::min(512, height - y)});
+  return tiles;
+}
+
+int photoProgressCalls(int tilesPerSample, int samples) { return tilesPerSample * samples / 4; }
+
+int bandRows(double msPerRow, int renderHeight) {
+  const double ms = std::max(msPerRow, 0.000001);
+  return std::max(8, int(std::min<double>(renderHeight, 35.0 / ms)));
+}
+
+bool needsBanding(double msPerRow, int renderHeight) { return renderHeight * msPerRow > 80; }
+
+double radicalInverse(uint32_t i, uint32_t base) {
+  double f = 1, r = 0;
+  while (i > 0) {
+    f /= base;
+    r += f * double(i % base);
+    i /= base;
+  }
+  return r;
+}
+
+void sampleJitter(int n, uint32_t sequenceBase, double history, float out[2]) {
+  out[0] = out[1] = 0;
+  if (n < 1 && !(n == 0 && history > 0)) return;
+  const uint32_t i = ((uint32_t(n) + sequenceBase) % 4096u) + 1u;
+  out[0] = float(radicalInverse(i, 2) - 0.5);
+  out[1] = float(radicalInverse(i, 3) - 0.5);
+}
+
+double diveDepth(double referenceDist, double cameraDist) {
+  return std::max(0.0, std::log2(referenceDist / std::max(cameraDist, 1e-12)));
+}
+
+int frameIterations(const FractalParams& p, bool diveActive, double cameraDist) {
+  if (!diveActive) return int(std::floor(p.iter + 0.5));
+  const FractalType& t = fractalTypes()[typeIndex(p.type)];
+  const double depth = diveDepth(t.camDist, cameraDist);
+  return std::min(400, int(std::floor(depth * t.iterGrowth + p.iter + 0.5)));
+}
+
+int frameStepBudget(int maxStepsSetting, bool diveActive, double depth) {
+  const double extra = diveActive ? std::min(400.0, 24 * depth) : 0;
+  return std::min(2000, int(maxStepsSetting + extra));
+}
+
+int photoStepBudget(int maxStepsSetting, bool diveActive, double depth) {
+  const double extra = diveActive ? 24 * std::max(0.0, depth) : 0;
+  return int(std::min(2000.0, maxStepsSetting + extra));
+}
+
+bool chooseDeep(int setting, bool eligible, double cameraDist, bool deepNow) {
+  if (!eligible || setting == 1) return false;
+  if (setting == 2) return true;
+  return cameraDist < (deepNow ? 0.0004 : 0.0002);
+}
+
+double easeShift(double shift, double target, double dt) {
+  if (std::fabs(target - shift) <= 0.5) return target;
+  return shift + (1 - std::exp(-12 * dt)) * (target - shift);
+}
+
+double adaptScale(double scale, bool moving, bool banding, bool completedMovingBefore, double dt) {
+  if (!moving) return scale;
+  if (banding) scale = std::max(0.25, scale * 0.9);
+  if (completedMovingBefore) {
+    if (dt > 0.025) scale = std::max(0.25, scale * 0.9);
+    else if (dt < 1.0 / 55) scale = std::min(1.0, scale * 1.04);
+  }
+  return scale;
+}
+
+double resolutionFactor(double scale, bool moving, bool adaptiveSetting) {
+  if (!moving || !adaptiveSetting) return 1;
+  return std::round(scale * 20) * 0.05;
+}
+
+namespace {
+
+void linearColour(const std::string& hex, float out[3]) {
+  float c[3];
+  parseHexColour(hex, c);
+  for (int i = 0; i < 3; ++i) out[i] = std::pow(c[i], 2.2f);
+}
+
+}  // namespace
+
+Lighting lightingFromParams(const FractalParams& p) {
+  Lighting l;
+  const double deg = 3.14159265358979323846 / 180;
+  const double yaw = p.lightYaw * deg, pitch = p.lightPitch * deg;
+  l.lightDir[0] = float(std::cos(pitch) * std::sin(yaw));
+  l.lightDir[1] = float(std::sin(pitch));
+  l.lightDir[2] = float(std::cos(pitch) * std::cos(yaw));
+  linearColour(p.glowColor, l.glowCol);
+  linearColour(p.bgTop, l.bgTop);
+  linearColour(p.bgBot, l.bgBot);
+  l.light = float(p.light), l.ambient = float(p.ambient), l.spec = float(p.spec);
+  l.shadowSoft = float(p.shadowSoft), l.metal = float(p.metal), l.irid = float(p.irid);
+  l.glow = float(p.glow), l.fog = float(p.fog), l.aperture = float(p.aperture);
+  l.focus = float(p.focus), l.exposure = float(p.exposure), l.bloom = float(p.bloom);
+  l.vignette = float(p.vignette);
+  return l;
+}

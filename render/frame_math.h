@@ -1,0 +1,66 @@
+// frame_math.h — the arithmetic of the frame driver and the photo render:
+// target sizes, tiles, bands, jitter, iterations and step budget with depth,
+// precision choice, shift easing and adaptive resolution. No GL, so every
+// rule here is tested on its own.
+#pragma once
+
+#include "model/params.h"
+#include "render/renderer.h"
+
+#include <cstdint>
+#include <vector>
+
+// Automatic render scale: the accumulation never exceeds 2.4 million pixels.
+double autoRenderScale(int width, int height);
+// Accumulation size for a window: the settings' fixed scale when above 0,
+// else the automatic one; each side at least 1.
+void accumulationSize(int width, int height, double resScale, int& accW, int& accH);
+// Bloom targets: a quarter of the window per side, at least 1.
+int bloomSide(int windowSide);
+// Prepass target: one texel per 4×4 block of the render size.
+int prepassSide(int renderSide);
+
+struct Tile {
+  int x, y, w, h;
+};
+// Photo tiles of at most 512², rows from the bottom-left corner.
+std::vector<Tile> photoTiles(int width, int height);
+// How often the photo's progress callback runs: after every fourth tile draw.
+int photoProgressCalls(int tilesPerSample, int samples);
+
+// Rows per band so that one band costs about 35 ms.
+int bandRows(double msPerRow, int renderHeight);
+// A whole sample above 80 ms is drawn in bands.
+bool needsBanding(double msPerRow, int renderHeight);
+
+// Radical inverse of i in `base` (Halton sequence).
+double radicalInverse(uint32_t i, uint32_t base);
+// Sub-pixel jitter of sample n: zero for the first still sample, whose depth
+// picking reads; Halton (2, 3) otherwise, index ((n + seq) mod 4096) + 1.
+void sampleJitter(int n, uint32_t sequenceBase, double history, float out[2]);
+
+// log2(reference distance / camera distance), at least 0, distance floored at 1e-12.
+double diveDepth(double referenceDist, double cameraDist);
+// Iterations for this frame: the record's, plus growth with depth in dive mode (cap 400).
+int frameIterations(const FractalParams& p, bool diveActive, double cameraDist);
+// Step budget: setting + min(400, 24·depth) in dive mode, at most 2000.
+int frameStepBudget(int maxStepsSetting, bool diveActive, double depth);
+// The photo's budget adds the full 24·depth (no 400 cap), still at most 2000.
+int photoStepBudget(int maxStepsSetting, bool diveActive, double depth);
+
+// fp64 choice: setting 2 always (when eligible), 1 never, 0 automatic below
+// 0.0002 of distance, kept on until 0.0004 once on (hysteresis).
+bool chooseDeep(int setting, bool eligible, double cameraDist, bool deepNow);
+
+// One frame of the image-shift easing; snaps within half a pixel.
+double easeShift(double shift, double target, double dt);
+
+// The adaptive scale after one frame; `completedMovingBefore` means the
+// previous frame completed a sample and was itself moving.
+double adaptScale(double scale, bool moving, bool banding, bool completedMovingBefore, double dt);
+// The resolution factor for this frame.
+double resolutionFactor(double scale, bool moving, bool adaptiveSetting);
+
+// Lighting and post values of a record: colours linear (pow 2.2), light
+// direction from yaw and pitch in degrees.
+Lighting lightingFromParams(const FractalParams& p);

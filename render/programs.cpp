@@ -1,0 +1,184 @@
+#include "render/programs.h"
+
+#include "render/gl.h"
+#include "render/shader_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+// [SECTION] Compile and link
+
+namespace {
+
+constexpr int kLogSize = 4096;
+
+void appendShaderLog(std::string& errorText, GLuint shader) {
+  char log[kLogSize] = {};
+  GLsizei length = 0;
+  gl.GetShaderInfoLog(shader, kLogSize, &length, log);
+  errorText.append(log, size_t(std::clamp(length, 0, kLogSize - 1)));
+  std::fputs(log, stderr);  // the debugger channel of this platform
+}
+
+void appendProgramLog(std::string& errorText, GLuint program) {
+  char log[kLogSize] = {};
+  GLsizei length = 0;
+  gl.GetProgramInfoLog(program, kLogSize, &length, log);
+  errorText.append(log, size_t(std::clamp(length, 0, kLogSize - 1)));
+}
+
+}  // namespace
+
+uint32_t compileShader(std::string& errorText, uint32_t stage, const std::string& source) {
+  const GLuint shader = gl.CreateShader(stage);
+  const char* text = source.c_str();
+  gl.ShaderSource(shader, 1, &text, nullptr);
+  gl.CompileShader(shader);
+  GLint ok = 0;
+  gl.GetShaderiv(shader, GL_COMPILE_STATUS, &ok);
+  if (ok) return shader;
+  appendShaderLog(errorText, shader);
+  gl.DeleteShader(shader);
+  return 0;
+}
+
+uint32_t linkProgram(std::string& errorText, const std::string& vertexSource,
+                     const std::string& fragmentSource) {
+  const GLuint vs = compileShader(errorText, GL_VERTEX_SHADER, vertexSource);
+  const GLuint fs = compileShader(errorText, GL_FRAGMENT_SHADER, fragmentSource);
+  if (!vs || !fs) return 0;
+  const GLuint program = gl.CreateProgram();
+  gl.AttachShader(program, vs);
+  gl.AttachShader(program, fs);
+  gl.LinkProgram(program);
+  gl.DeleteShader(vs);
+  gl.DeleteShader(fs);
+  GLint ok = 0;
+  gl.GetProgramiv(program, GL_LINK_STATUS, &ok);
+  if (ok) return program;
+  appendProgramLog(errorText, program);
+  gl.DeleteProgram(program);
+  return 0;
+}
+
+// [SECTION] Uniform cache and setters
+
+size_t UniformNameHash::operator()(const std::string& s) const {
+  uint64_t h = 14695981039346656037ull;
+  for (unsigned char c : s) {
+    h ^= c;
+    h *= 1099511628211ull;
+  }
+  return size_t(h);
+}
+
+int32_t uniformLocation(Renderer& r, uint32_t program, const char* name) {
+  UniformMap& m = r.uniforms[program];
+  const auto it = m.find(name);
+  if (it != m.end()) return it->second;
+  const int32_t loc = gl.GetUniformLocation(program, name);
+  m.emplace(name, loc);
+  return loc;
+}
+
+void setUniform(Renderer& r, uint32_t p, const char* n, int32_t v) {
+  gl.Uniform1i(uniformLocation(r, p, n), v);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, float v) {
+  gl.Uniform1f(uniformLocation(r, p, n), v);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, Vec2 v) {
+  gl.Uniform2f(uniformLocation(r, p, n), v.x, v.y);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, Vec3 v) {
+  gl.Uniform3f(uniformLocation(r, p, n), v.x, v.y, v.z);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, Vec4 v) {
+  gl.Uniform4f(uniformLocation(r, p, n), v.x, v.y, v.z, v.w);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, IVec4 v) {
+  gl.Uniform4i(uniformLocation(r, p, n), v.x, v.y, v.z, v.w);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, const Mat3& v) {
+  gl.UniformMatrix3fv(uniformLocation(r, p, n), 1, GL_FALSE, v.m);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, double v) {
+  gl.Uniform1d(uniformLocation(r, p, n), v);
+}
+void setUniform(Renderer& r, uint32_t p, const char* n, DVec3 v) {
+  gl.Uniform3d(uniformLocation(r, p, n), v.x, v.y, v.z);
+}
+
+// [SECTION] Fractal programs
+
+uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::string& pass) {
+  const std::string key = pass + ":" + typeKey;
+  const auto it = r.programs.find(key);
+  if (it != r.programs.end()) return it->second;
+  ++r.linkAttempts;
+  const uint32_t program = linkProgram(r.errorText, fullscreenVertexSource(),
+                                       composeFractalSource(typeKey, pass));
+  r.programs.emplace(key, program);
+  return program;
+}
+
+namespace {
+
+// R = Rz·Ry·Rx: the fold turns about X first, then Y, then Z (degrees).
+Mat3 foldRotation(const FractalParams& p) {
+  const double d = 3.14159265358979323846 / 180;
+  const double cx = std::cos(p.rx * d), sx = std::sin(p.rx * d);
+  const double cy = std::cos(p.ry * d), sy = std::sin(p.ry * d);
+  const double cz = std::cos(p.rz * d), sz = std::sin(p.rz * d);
+  const double m[3][3] = {  // row-major rows of Rz·Ry·Rx
+      {cz * cy, cz * sy * sx - sz * cx, cz * sy * cx + sz * sx},
+      {sz * cy, sz * sy * sx + cz * cx, sz * sy * cx - cz * sx},
+      {-sy, cy * sx, cy * cx}};
+  Mat3 out;
+  for (int col = 0; col < 3; ++col)
+    for (int row = 0; row < 3; ++row) out.m[col * 3 + row] = float(m[row][col]);
+  return out;
+}
+
+void setHybridUniforms(Renderer& r, uint32_t prog, const FractalParams& p) {
+  IVec4 f{0, 0, 0, 0};
+  Vec4 k{0, 0, 0, 0};
+  int32_t* fs[4] = {&f.x, &f.y, &f.z, &f.w};
+  float* ks[4] = {&k.x, &k.y, &k.z, &k.w};
+  const int n = int(std::min<size_t>(p.slots.size(), 4));
+  bool anyBulb = false, anyBox = false;
+  for (int i = 0; i < n; ++i) {
+    *fs[i] = p.slots[i].f;
+    *ks[i] = float(p.slots[i].k);
+  }
+  for (const FormulaSlot& s : p.slots) {
+    anyBulb = anyBulb || s.f <= 1;
+    anyBox = anyBox || s.f == 2;
+  }
+  setUniform(r, prog, "uSlotF", f);
+  setUniform(r, prog, "uSlotK", k);
+  setUniform(r, prog, "uSlotN", int32_t(n));
+  setUniform(r, prog, "uJMode", int32_t(p.jmode));
+  setUniform(r, prog, "uDEMode", int32_t(anyBulb ? 0 : anyBox ? 1 : 2));
+}
+
+}  // namespace
+
+void setFractalUniforms(Renderer& r, uint32_t prog, const FractalParams& p, int iterations) {
+  const int iter = iterations > 0 ? iterations : int(std::floor(p.iter + 0.5));
+  setUniform(r, prog, "uIter", int32_t(iter));
+  setUniform(r, prog, "uPower", float(p.power));
+  setUniform(r, prog, "uScale", float(p.scale));
+  setUniform(r, prog, "uJulia", Vec4{float(p.jx), float(p.jy), float(p.jz), float(p.jw)});
+  setUniform(r, prog, "uFold", Vec3{float(p.ox), float(p.oy), float(p.oz)});
+  setUniform(r, prog, "uRot", foldRotation(p));
+  setUniform(r, prog, "uWarp", float(p.warp));
+  setUniform(r, prog, "uColShift", float(p.colShift));
+  setUniform(r, prog, "uColScale", float(p.colScale));
+  if (p.type == "hybrid") setHybridUniforms(r, prog, p);
+  gl.ActiveTexture(GL_TEXTURE1);
+  gl.BindTexture(GL_TEXTURE_2D, r.palette.id);
+  setUniform(r, prog, "uPal", int32_t(1));
+  gl.ActiveTexture(GL_TEXTURE0);
+}

@@ -1,0 +1,343 @@
+// renderer.cpp — start-up, record sync and the per-frame driver.
+//
+// Index:
+//   [SECTION] Start-up and shutdown
+//   [SECTION] Record, palette and targets
+//   [SECTION] Frame driver
+//   [SECTION] Queries and readback
+#include "render/renderer.h"
+
+#include "model/tables.h"
+#include "render/frame_math.h"
+#include "render/gl.h"
+#include "render/passes.h"
+#include "render/programs.h"
+#include "render/shader_sources.h"
+#include "render/shader_text.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+// [SECTION] Start-up and shutdown
+
+namespace {
+
+uint32_t buildPostProgram(Renderer& r, const char* fragment) {
+  return linkProgram(r.errorText, fullscreenVertexSource(), swapGlslVersion(fragment));
+}
+
+std::string glText(GLenum name) {
+  const GLubyte* s = gl.GetString(name);
+  return s ? reinterpret_cast<const char*>(s) : "";
+}
+
+void createPaletteTexture(Renderer& r) {
+  gl.GenTextures(1, &r.palette.id);
+  gl.BindTexture(GL_TEXTURE_2D, r.palette.id);
+  gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+  gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+  gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_MIRRORED_REPEAT);
+  gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+  gl.TexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 256, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+  gl.BindTexture(GL_TEXTURE_2D, 0);
+}
+
+}  // namespace
+
+bool initRenderer(Renderer& r, GlLoader loader, std::string& error) {
+  std::string missing;
+  if (!loadGlFunctions(loader, missing)) {
+    error = "Нет функции OpenGL: " + missing;
+    return false;
+  }
+  gl.GenVertexArrays(1, &r.vao);
+  createPaletteTexture(r);
+  r.brightPass.id = buildPostProgram(r, shader_src::brightPass);
+  r.blur.id = buildPostProgram(r, shader_src::blur);
+  r.composite.id = buildPostProgram(r, shader_src::composite);
+  if (!r.brightPass.id || !r.blur.id || !r.composite.id) {
+    error = "Не удалось собрать шейдеры постобработки:\n" + r.errorText;
+    return false;
+  }
+  r.gpu = glText(GL_RENDERER) + " · OpenGL " + glText(GL_VERSION);
+  return true;
+}
+
+void destroyRenderer(Renderer& r) {
+  if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
+  for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);
+  for (auto& [key, prog] : r.programs)
+    if (prog) gl.DeleteProgram(prog);
+  for (Program* p : {&r.brightPass, &r.blur, &r.composite})
+    if (p->id) gl.DeleteProgram(p->id);
+  if (r.palette.id) gl.DeleteTextures(1, &r.palette.id);
+  if (r.vao) gl.DeleteVertexArrays(1, &r.vao);
+  r = Renderer{};
+}
+
+// [SECTION] Record, palette and targets
+
+namespace {
+
+// Refills the palette texture when the stops or the animation phase changed.
+// The phase rotates the palette; mirrored repeat keeps the seam smooth.
+void syncPalette(Renderer& r, const FractalParams& p, double phase) {
+  std::vector<std::string> stops = paletteStops(p);
+  if (stops == r.paletteStops && phase == r.palettePhase) return;
+  const std::array<uint8_t, 1024> texels = paletteTexels(stops);
+  std::array<uint8_t, 1024> rotated;
+  const double turns = phase - std::floor(phase);
+  const int offset = int(std::lround(turns * 256)) % 256;
+  for (int i = 0; i < 256; ++i)
+    for (int c = 0; c < 4; ++c) rotated[i * 4 + c] = texels[((i + offset) % 256) * 4 + c];
+  gl.BindTexture(GL_TEXTURE_2D, r.palette.id);
+  gl.TexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 256, 1, GL_RGBA, GL_UNSIGNED_BYTE, rotated.data());
+  gl.BindTexture(GL_TEXTURE_2D, 0);
+  r.paletteStops = std::move(stops);
+  r.palettePhase = phase;
+}
+
+void syncRecord(Renderer& r, const FractalParams& p, double phase) {
+  if (p.type != r.typeKey) {
+    r.typeKey = p.type;
+    resetAccumulation(r);
+  }
+  r.lighting = lightingFromParams(p);
+  syncPalette(r, p, phase);
+}
+
+void resizeTargets(Renderer& r, int w, int h, double resScale) {
+  int aw = 0, ah = 0;
+  accumulationSize(w, h, resScale, aw, ah);
+  if (aw != r.accumA.width || ah != r.accumA.height) {
+    createTarget(r.accumA, aw, ah, TargetFormat::Float32, true);
+    createTarget(r.accumB, aw, ah, TargetFormat::Float32, true);
+  }
+  createTarget(r.bloom0, bloomSide(w), bloomSide(h), TargetFormat::Float32, true);
+  createTarget(r.bloom1, bloomSide(w), bloomSide(h), TargetFormat::Float32, true);
+  deleteTarget(r.prepass);
+  r.prepassValid = false;
+  r.windowWidth = w;
+  r.windowHeight = h;
+  resetAccumulation(r);
+}
+
+}  // namespace
+
+bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
+  r.typeKey = p.type;
+  r.lighting = lightingFromParams(p);
+  syncPalette(r, p, 0);
+  resetAccumulation(r);
+  if (fractalProgram(r, p.type, "trace")) return true;
+  error = "Не удалось скомпилировать шейдер фрактала:\n" + r.errorText;
+  return false;
+}
+
+void resetAccumulation(Renderer& r) {
+  r.samples = 0;
+  r.rowCursor = 0;
+}
+
+// [SECTION] Frame driver
+
+namespace {
+
+double secondsNow() {
+  using namespace std::chrono;
+  return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+// Cuts to at most `n` bytes without splitting a UTF-8 sequence.
+std::string utf8Prefix(const std::string& s, size_t n) {
+  if (s.size() <= n) return s;
+  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
+  return s.substr(0, n);
+}
+
+// Image shift towards its target; a change invalidates the picture.
+void stepShift(Renderer& r, const FrameInput& in, double dt) {
+  r.shiftTarget = in.shiftTarget;
+  const double next = easeShift(r.shift, in.shiftTarget, dt);
+  if (next == r.shift) return;
+  r.shift = next;
+  resetAccumulation(r);
+  if (next != in.shiftTarget) r.movingUntil = in.now + 0.22;
+}
+
+// Iterations, step budget and precision of this frame.
+void stepQuality(Renderer& r, const FrameInput& in) {
+  const FractalParams& p = *in.params;
+  const double dist = in.camera.distance;
+  const int iter = frameIterations(p, in.diveActive, dist);
+  if (iter != r.iterations) {
+    r.iterations = iter;
+    resetAccumulation(r);
+  }
+  const FractalType& type = fractalTypes()[typeIndex(p.type)];
+  r.maxSteps = frameStepBudget(in.settings->maxSteps, in.diveActive, diveDepth(type.camDist, dist));
+  const int setting = in.deepForced ? 2 : in.settings->deep;
+  const bool eligible = canUseDoublePrecision(p);
+  const bool deep = chooseDeep(setting, eligible, dist, r.deep);
+  r.deepRefused = !eligible && (setting == 2 || (setting == 0 && dist < 0.0002));
+  if (deep != r.deep) {
+    r.deep = deep;
+    resetAccumulation(r);
+  }
+}
+
+// Adaptive resolution; returns whether the render size changed.
+bool stepRenderSize(Renderer& r, const FrameInput& in, bool moving, double dt) {
+  r.adaptiveScale = adaptScale(r.adaptiveScale, moving, r.banding, r.lastFrameCompletedMoving, dt);
+  const double f = resolutionFactor(r.adaptiveScale, moving, in.settings->adaptive);
+  const int w = std::max(1, int(std::lround(r.accumA.width * f)));
+  const int h = std::max(1, int(std::lround(r.accumA.height * f)));
+  if (w == r.renderWidth && h == r.renderHeight) return false;
+  r.renderWidth = w;
+  r.renderHeight = h;
+  resetAccumulation(r);
+  return true;
+}
+
+float readAccumDepth(Renderer& r, int x, int y) {
+  float px[4] = {0, 0, 0, 10000};
+  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, r.accumA.fbo.id);
+  gl.ReadBuffer(GL_COLOR_ATTACHMENT0);
+  gl.ReadPixels(x, y, 1, 1, GL_RGBA, GL_FLOAT, px);
+  gl.BindFramebuffer(GL_FRAMEBUFFER, 0);
+  return px[3];
+}
+
+TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool sizeChanged) {
+  TraceView v;
+  v.width = r.renderWidth;
+  v.height = r.renderHeight;
+  v.camera = in.camera;
+  v.frame = r.samples;
+  v.sequenceBase = r.sequence;
+  v.maxSteps = r.maxSteps;
+  v.detail = float(in.settings->precision);
+  v.iterations = r.iterations;
+  v.fast = moving;
+  v.gi = in.settings->gi && !moving;
+  v.deep = r.deep;
+  v.history = (in.animating && moving && !sizeChanged) ? 0.55f : 0.0f;
+  v.shift = float(2 * r.shift / r.windowHeight);
+  const bool autoFocus = in.params->autoFocus;
+  v.focus = float(!autoFocus ? in.params->focus : r.focusDepth > 0 ? r.focusDepth : in.camera.distance);
+  const int rows = r.banding ? std::min(std::max(8, r.bandHeight), v.height - r.rowCursor)
+                             : v.height - r.rowCursor;
+  v.scissor[0] = 0;
+  v.scissor[1] = r.rowCursor;
+  v.scissor[2] = v.width;
+  v.scissor[3] = rows;
+  return v;
+}
+
+void completeSample(Renderer& r, const FrameInput& in, bool moving) {
+  r.rowCursor = 0;
+  ++r.samples;
+  ++r.sequence;
+  if (in.params->autoFocus && !moving) {
+    const float d = readAccumDepth(r, r.renderWidth / 2, r.renderHeight / 2);
+    r.focusDepth = d < 9000 ? d : 0;
+  }
+  const double f = 1 / std::max(in.now - r.lastSampleTime, 0.0001);
+  r.fps = r.lastSampleTime < 0 ? f : 0.8 * r.fps + 0.2 * f;
+  r.lastSampleTime = in.now;
+}
+
+// One sample or band; returns whether a sample was completed.
+bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged) {
+  const TraceView v = frameView(r, in, moving, sizeChanged);
+  const TraceTargets t{&r.accumA, &r.accumB, &r.prepass, &r.prepassValid};
+  const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
+  const double t0 = secondsNow();
+  if (!tracePass(r, t, v, *in.params, o)) {
+    if (!r.shaderErrorShown) r.shaderMessage = "Ошибка шейдера: " + utf8Prefix(r.errorText, 160);
+    r.shaderErrorShown = true;
+    return false;
+  }
+  r.shaderErrorShown = false;
+  gl.Finish();
+  const int rows = v.scissor[3];
+  const double msPerRow = std::max((secondsNow() - t0) * 1000 / rows, 0.000001);
+  r.bandHeight = bandRows(msPerRow, v.height);
+  r.banding = needsBanding(msPerRow, v.height);
+  r.rowCursor += rows;
+  if (r.rowCursor < v.height) return false;
+  completeSample(r, in, moving);
+  return true;
+}
+
+}  // namespace
+
+bool renderFrame(Renderer& r, const FrameInput& in) {
+  if (!in.params || !in.settings) return false;
+  const double dt = r.lastFrameTime < 0 ? 1.0 / 60 : std::clamp(in.now - r.lastFrameTime, 0.0001, 0.1);
+  r.lastFrameTime = in.now;
+  if (in.width < 1 || in.height < 1) return false;
+  syncRecord(r, *in.params, in.palettePhase);
+  int aw = 0, ah = 0;
+  accumulationSize(in.width, in.height, in.settings->resScale, aw, ah);
+  if (in.width != r.windowWidth || in.height != r.windowHeight || aw != r.accumA.width ||
+      ah != r.accumA.height)
+    resizeTargets(r, in.width, in.height, in.settings->resScale);
+  if (in.cameraMoving || in.animating) {
+    resetAccumulation(r);
+    r.movingUntil = in.now + 0.22;
+  }
+  if (in.cameraMoving) r.focusDepth = 0;
+  stepShift(r, in, dt);
+  stepQuality(r, in);
+  const bool moving = in.now < r.movingUntil;
+  const bool sizeChanged = stepRenderSize(r, in, moving, dt);
+  r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
+  bool completed = false;
+  if (r.samples < r.targetSamples) completed = traceStep(r, in, moving, sizeChanged);
+  r.lastFrameCompletedMoving = completed && moving;
+  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
+           in.height);
+  const bool failed = r.shaderErrorShown;
+  return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget;
+}
+
+// [SECTION] Queries and readback
+
+RenderStatus renderStatus(const Renderer& r) {
+  RenderStatus s;
+  s.samples = r.samples;
+  s.targetSamples = r.targetSamples;
+  s.done = r.samples >= r.targetSamples;
+  s.deep = r.deep;
+  s.deepRefused = r.deepRefused;
+  s.renderWidth = r.renderWidth;
+  s.renderHeight = r.renderHeight;
+  s.iterations = r.iterations;
+  s.fps = r.fps;
+  return s;
+}
+
+std::string takeShaderMessage(Renderer& r) {
+  std::string m;
+  m.swap(r.shaderMessage);
+  return m;
+}
+
+float depthAt(Renderer& r, double fx, double fy) {
+  if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return 10000;
+  // The only conversion from the shell's top-left origin to GL's bottom-left rows.
+  const int x = std::clamp(int(fx * r.renderWidth), 0, r.renderWidth - 1);
+  const int y = std::clamp(int((1 - fy) * r.renderHeight), 0, r.renderHeight - 1);
+  return readAccumDepth(r, x, y);
+}
+
+void readWindowPixels(Renderer&, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {
+  rgbaBottomUp.assign(size_t(w) * size_t(h) * 4, 0);
+  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, fbo);
+  gl.ReadBuffer(fbo ? GL_COLOR_ATTACHMENT0 : GL_BACK);
+  gl.PixelStorei(GL_PACK_ALIGNMENT, 1);
+  gl.ReadPixels(0, 0, w, h, GL_RGBA, GL_UNSIGNED_BYTE, rgbaBottomUp.data());
+  gl.BindFramebuffer(GL_FRAMEBUFFER, 0);
+}

@@ -1,0 +1,203 @@
+// Arithmetic of the frame driver and photo render, and the GL-free shader
+// text rules: no context needed.
+#include "model/params.h"
+#include "render/frame_math.h"
+#include "render/shader_text.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+TEST(FrameMath, AccumulationSizeCapsAutomaticScale) {
+  EXPECT_NEAR(autoRenderScale(3840, 2160), 0.538, 0.0005);
+  int w = 0, h = 0;
+  accumulationSize(3840, 2160, 0, w, h);
+  EXPECT_EQ(w, 2066);
+  EXPECT_EQ(h, 1162);
+  accumulationSize(1600, 950, 0, w, h);  // under 2.4 Mpx: full size
+  EXPECT_EQ(w, 1600);
+  EXPECT_EQ(h, 950);
+  accumulationSize(1600, 950, 0.5, w, h);  // a fixed scale wins
+  EXPECT_EQ(w, 800);
+  EXPECT_EQ(h, 475);
+  accumulationSize(1, 1, 0.01, w, h);  // never below one pixel
+  EXPECT_EQ(w, 1);
+  EXPECT_EQ(h, 1);
+}
+
+TEST(FrameMath, QuarterSizedTargets) {
+  EXPECT_EQ(prepassSide(1), 1);
+  EXPECT_EQ(prepassSide(4), 1);
+  EXPECT_EQ(prepassSide(5), 2);
+  EXPECT_EQ(bloomSide(1), 1);
+  EXPECT_EQ(bloomSide(1600), 400);
+  EXPECT_EQ(bloomSide(1601), 401);
+}
+
+TEST(FrameMath, BandsCostAbout35Milliseconds) {
+  EXPECT_EQ(bandRows(0.2, 1000), 175);
+  EXPECT_TRUE(needsBanding(0.2, 1000));
+  EXPECT_EQ(bandRows(10, 1000), 8);       // at least 8 rows
+  EXPECT_EQ(bandRows(0.001, 1000), 1000); // never more than the image
+  EXPECT_EQ(bandRows(0, 50), 50);         // a zero timing does not divide by zero
+  EXPECT_FALSE(needsBanding(0.08, 1000)); // exactly 80 ms is still one piece
+}
+
+TEST(FrameMath, PhotoTilesFromBottomLeft) {
+  const std::vector<Tile> t8k = photoTiles(7680, 4320);
+  ASSERT_EQ(t8k.size(), 135u);
+  EXPECT_EQ(t8k.front().x, 0);
+  EXPECT_EQ(t8k.front().y, 0);
+  EXPECT_EQ(t8k[1].x, 512);  // a row is walked before the next one starts
+  EXPECT_EQ(t8k[1].y, 0);
+  EXPECT_EQ(t8k[14].w, 512);
+  EXPECT_EQ(t8k.back().x, 14 * 512);
+  EXPECT_EQ(t8k.back().y, 8 * 512);
+  EXPECT_EQ(t8k.back().h, 224);
+  long area = 0;
+  for (const Tile& t : t8k) area += long(t.w) * t.h;
+  EXPECT_EQ(area, 7680L * 4320L);
+
+  const std::vector<Tile> small = photoTiles(100, 100);
+  ASSERT_EQ(small.size(), 1u);
+  EXPECT_EQ(small[0].w, 100);
+  EXPECT_EQ(photoProgressCalls(1, 32), 8);
+  EXPECT_EQ(photoProgressCalls(135, 1), 33);
+}
+
+TEST(FrameMath, HaltonJitter) {
+  EXPECT_DOUBLE_EQ(radicalInverse(1, 2), 0.5);
+  EXPECT_DOUBLE_EQ(radicalInverse(2, 2), 0.25);
+  EXPECT_DOUBLE_EQ(radicalInverse(3, 2), 0.75);
+  EXPECT_NEAR(radicalInverse(1, 3), 1.0 / 3, 1e-15);
+  EXPECT_NEAR(radicalInverse(5, 3), 7.0 / 9, 1e-15);  // 5 = 12 in base 3
+
+  float j[2];
+  sampleJitter(0, 123, 0, j);  // the first still sample is unjittered
+  EXPECT_EQ(j[0], 0);
+  EXPECT_EQ(j[1], 0);
+  sampleJitter(0, 0, 0.55, j);  // ...but not with a history trail: index 1
+  EXPECT_FLOAT_EQ(j[0], 0.0f);
+  EXPECT_FLOAT_EQ(j[1], float(1.0 / 3 - 0.5));
+  sampleJitter(1, 1, 0, j);  // index ((1 + 1) mod 4096) + 1 = 3
+  EXPECT_FLOAT_EQ(j[0], 0.25f);
+  EXPECT_FLOAT_EQ(j[1], float(1.0 / 9 - 0.5));
+  float wrapped[2];
+  sampleJitter(4096 + 1, 1, 0, wrapped);  // the index wraps at 4096
+  EXPECT_EQ(wrapped[0], j[0]);
+  EXPECT_EQ(wrapped[1], j[1]);
+}
+
+TEST(FrameMath, IterationsAndStepBudgetGrowWithDepth) {
+  FractalParams p = defaultsForType("mandelbulb");  // camDist 3.4, growth 0.5
+  p.iter = 10.5;
+  EXPECT_EQ(frameIterations(p, false, 1e-9), 11);  // half rounds up
+  EXPECT_EQ(frameIterations(p, true, 3.4), 11);
+  EXPECT_EQ(frameIterations(p, true, 3.4 / 1024), 16);  // 10 doublings
+  EXPECT_EQ(frameIterations(p, true, 10), 11);          // depth never negative
+  EXPECT_EQ(frameIterations(p, true, 0), 31);           // distance floored at 1e-12
+  p.iter = 395;
+  EXPECT_EQ(frameIterations(p, true, 3.4 / 1024), 400);  // capped
+
+  EXPECT_DOUBLE_EQ(diveDepth(3.4, 3.4 / 8), 3);
+  EXPECT_EQ(frameStepBudget(320, false, 30), 320);
+  EXPECT_EQ(frameStepBudget(320, true, 3), 392);
+  EXPECT_EQ(frameStepBudget(320, true, 30), 720);    // dive addition capped at 400
+  EXPECT_EQ(frameStepBudget(1900, true, 30), 2000);
+  EXPECT_EQ(photoStepBudget(320, true, 30), 1040);   // the photo has no 400 cap
+  EXPECT_EQ(photoStepBudget(320, true, 100), 2000);
+  EXPECT_EQ(photoStepBudget(320, false, 100), 320);
+}
+
+TEST(FrameMath, PrecisionChoiceWithHysteresis) {
+  EXPECT_FALSE(chooseDeep(0, true, 0.0003, false));
+  EXPECT_TRUE(chooseDeep(0, true, 0.00019, false));
+  EXPECT_TRUE(chooseDeep(0, true, 0.0003, true));   // stays on until 0.0004
+  EXPECT_FALSE(chooseDeep(0, true, 0.00041, true));
+  EXPECT_FALSE(chooseDeep(0, false, 1e-9, false));  // not eligible
+  EXPECT_TRUE(chooseDeep(2, true, 10, false));
+  EXPECT_FALSE(chooseDeep(2, false, 10, true));
+  EXPECT_FALSE(chooseDeep(1, true, 1e-9, true));
+}
+
+TEST(FrameMath, ShiftEasingAndAdaptiveScale) {
+  EXPECT_EQ(easeShift(185.6, 186, 0.016), 186);  // within half a pixel: snap
+  const double eased = easeShift(0, 186, 0.016);
+  EXPECT_NEAR(eased, 186 * (1 - std::exp(-12 * 0.016)), 1e-9);
+
+  EXPECT_EQ(adaptScale(1, false, true, true, 0.5), 1);  // still: untouched
+  EXPECT_NEAR(adaptScale(1, true, true, false, 0.02), 0.9, 1e-12);
+  EXPECT_NEAR(adaptScale(0.5, true, false, true, 0.03), 0.45, 1e-12);
+  EXPECT_NEAR(adaptScale(0.5, true, false, true, 0.01), 0.52, 1e-12);
+  EXPECT_EQ(adaptScale(0.5, true, false, true, 0.02), 0.5);  // 40..55 fps: keep
+  EXPECT_EQ(adaptScale(0.26, true, true, true, 0.05), 0.25);
+  EXPECT_EQ(adaptScale(0.99, true, false, true, 0.001), 1);
+  EXPECT_NEAR(resolutionFactor(0.62, true, true), 0.6, 1e-12);
+  EXPECT_EQ(resolutionFactor(0.62, false, true), 1);
+  EXPECT_EQ(resolutionFactor(0.62, true, false), 1);
+}
+
+TEST(FrameMath, LightingFromRecord) {
+  FractalParams p;
+  p.bgTop = "#808080";
+  p.glowColor = "#ff0000";
+  p.lightYaw = 90;
+  p.lightPitch = 0;
+  const Lighting l = lightingFromParams(p);
+  EXPECT_NEAR(l.bgTop[0], std::pow(128 / 255.0, 2.2), 1e-5);  // colours go linear
+  EXPECT_FLOAT_EQ(l.glowCol[0], 1);
+  EXPECT_FLOAT_EQ(l.glowCol[1], 0);
+  EXPECT_NEAR(l.lightDir[0], 1, 1e-6);
+  EXPECT_NEAR(l.lightDir[1], 0, 1e-6);
+  EXPECT_NEAR(l.lightDir[2], 0, 1e-6);
+}
+
+TEST(ShaderText, VersionSwap) {
+  EXPECT_EQ(swapGlslVersion("#version 300 es\nvoid main(){}"), "#version 430 core\nvoid main(){}");
+  EXPECT_EQ(swapGlslVersion("#version 430 core\n"), "#version 430 core\n");
+  EXPECT_EQ(swapGlslVersion("#version 300 es\n#version 300 es\n"),
+            "#version 430 core\n#version 300 es\n");
+  EXPECT_EQ(swapGlslVersion("#version 300"), "#version 300");  // too short to hold the line
+  EXPECT_EQ(swapGlslVersion("// x\n#version 300 es"), "// x\n#version 430 core");
+}
+
+TEST(ShaderText, ComposedHeadersAndBodies) {
+  const std::string box = composeFractalSource("juliabox", "trace");
+  EXPECT_EQ(box.rfind("#version 430 core\n#define DE_BOX 1\n#define JULIA 1\nprecision highp float;", 0),
+            0u);
+  const std::string bulb = composeFractalSource("mandelbulb", "prepass");
+  EXPECT_EQ(bulb.rfind("#version 430 core\n#define DE_BULB 1\nprecision highp float;", 0), 0u);
+  EXPECT_EQ(composeFractalSource("burningbulb", "deep").rfind(
+                "#version 430 core\n#define DE_BULB 1\n#define BURNING 1\n", 0),
+            0u);
+  // Exactly one version line per text: the library carries none.
+  for (const char* pass : {"trace", "deep", "prepass", "volume"}) {
+    const std::string s = composeFractalSource("hybrid", pass);
+    EXPECT_EQ(s.find("#version", 1), std::string::npos) << pass;
+  }
+  EXPECT_EQ(composeFractalSource("menger", "anything"), composeFractalSource("menger", "trace"));
+  EXPECT_NE(composeFractalSource("menger", "volume"), composeFractalSource("menger", "trace"));
+  EXPECT_EQ(fullscreenVertexSource().rfind("#version 430 core", 0), 0u);
+}
+
+TEST(ShaderText, DoublePrecisionEligibility) {
+  FractalParams p = defaultsForType("mandelbulb");
+  EXPECT_TRUE(canUseDoublePrecision(p));
+  p.power = 8.0002;
+  EXPECT_FALSE(canUseDoublePrecision(p));
+  p.type = "juliabulb";
+  p.power = 8.00005;
+  EXPECT_TRUE(canUseDoublePrecision(p));
+
+  FractalParams h = defaultsForType("hybrid");
+  h.slots = {{0, 7.5}, {2, 2.0}};
+  EXPECT_FALSE(canUseDoublePrecision(h));
+  h.slots[0].k = 8.00005;
+  EXPECT_TRUE(canUseDoublePrecision(h));
+  h.slots = {{2, 7.5}, {4, 3.0}};  // fold links may use any coefficient
+  EXPECT_TRUE(canUseDoublePrecision(h));
+
+  FractalParams box = defaultsForType("mandelbox");
+  box.power = 3;  // the power means nothing to a box
+  EXPECT_TRUE(canUseDoublePrecision(box));
+}
