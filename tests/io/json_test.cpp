@@ -81,6 +81,7 @@ TEST(Json, NumberFormatting) {
   EXPECT_EQ(num(0.1 + 0.2), "0.3");
   EXPECT_EQ(num(999999999999999.0), "999999999999999");
   EXPECT_EQ(num(1e15), "1e+15");
+  EXPECT_EQ(num(3333333333333.32), "3.333333333e+12");  // reads back as a whole number
   EXPECT_EQ(num(-0.0), "-0");
   EXPECT_EQ(num(std::numeric_limits<double>::infinity()), "0");
   EXPECT_EQ(num(std::numeric_limits<double>::quiet_NaN()), "0");
