@@ -83,6 +83,12 @@ TEST_F(RenderGl, EveryProgramOfEveryTypeBuildsOnce) {
   const uint32_t again = fractalProgram(r, "mandelbulb", "trace");
   EXPECT_EQ(again, r.programs.at("trace:mandelbulb"));
   EXPECT_EQ(r.linkAttempts, attempts);  // served from the cache
+
+  // An absent uniform is cached as -1 and setting it is harmless.
+  gl.UseProgram(again);
+  setUniform(r, again, "uNotDeclared", 1.0f);
+  EXPECT_EQ(r.uniforms.at(again).at("uNotDeclared"), -1);
+  EXPECT_EQ(gl.GetError(), GLenum(GL_NO_ERROR));
 }
 
 TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
