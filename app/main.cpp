@@ -44,6 +44,7 @@ struct Run {
   bool running = true;
   int exitStatus = 0;
   InputTestState test;
+  double lastProgress = 0;    // shot: when progress was last reported
   bool pointerSeen = false;   // screen saver: first pointer position
   int pointerX = 0, pointerY = 0;
 };
@@ -109,6 +110,9 @@ void loadStartingState(AppState& s, Run& run) {
     o.dive = 0;
   }
   if (!o.shot.empty() || o.inputTest) applyLaunchOptions(s, o);
+  // A shot is rendered at the size asked for: the automatic scale that keeps
+  // an interactive window fluid would only blur a poster.
+  if (!o.shot.empty() && s.settings.resScale <= 0) s.settings.resScale = 1;
   if (s.screensaverMode) s.camera.rotationSpeed = 4;  // a still picture makes a dull screen saver
 }
 
@@ -204,6 +208,17 @@ void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
 
 // [SECTION] The loop
 
+// A long shot says how far it is, every few seconds, on stderr.
+void reportShotProgress(Run& run, const RenderStatus& st, double now) {
+  if (now - run.start < 3 || now - run.lastProgress < 3 || st.targetSamples <= 0) return;
+  run.lastProgress = now;
+  double done = double(st.samples) / st.targetSamples;
+  double elapsed = now - run.start;
+  double left = done > 0 ? elapsed * (1 - done) / done : 0;
+  std::fprintf(stderr, "рендер %d%% (%d/%d сэмплов), осталось ~%.0f с\n", int(done * 100), st.samples,
+               st.targetSamples, left);
+}
+
 // Shot mode after each frame: wait for the dive, then for convergence or the
 // time limit; then write the files and stop.
 void shotStep(AppState& s, Run& run, double now) {
@@ -218,7 +233,10 @@ void shotStep(AppState& s, Run& run, double now) {
   }
   RenderStatus st = renderStatus(s.renderer);
   bool converged = st.done && st.samples >= targetSampleCount(s) && !s.cameraWasMoving;
-  if (!converged && now - run.start <= kShotTimeLimit) return;
+  if (!converged && now - run.start <= kShotTimeLimit) {
+    reportShotProgress(run, st, now);
+    return;
+  }
   std::string problem;
   if (!takeShot(s, o.shot, converged, problem)) {
     std::fprintf(stderr, "%s\n", problem.c_str());
