@@ -60,7 +60,7 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
     return true;
   }
   if (o.help) std::fputs(usageText().c_str(), stdout);
-  else if (o.version) std::fputs(versionText().c_str(), stdout);
+  else if (o.version) std::printf("%s\n", versionText().c_str());
   else if (o.printPreset) {
     std::string out, err;
     status = runPrintPreset(o, out, err);
