@@ -175,7 +175,9 @@ std::string webType(const JsonValue& root) {
 FractalParams webFromJson(const JsonValue& root) {
   const JsonValue* s = find(root, "seed");
   if (!s || !s->isString()) s = find(root, "Seed");
-  std::string seed = s && s->isString() ? s->text : randomSeedName();
+  std::string seed = s && s->isString() ? s->text : std::string();
+  // The generator is never handed an empty seed: a nameless fractal gets a fresh name.
+  if (seed.empty()) seed = randomSeedName();
   return generateFromSeed(seed, webType(root), nullptr);
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -112,9 +113,11 @@ TEST(Preset, WebDialect) {
   EXPECT_EQ(read(R"({"seed": "abc", "type": "nosuch", "iter": 99})"),
             generateFromSeed("abc", "mandelbulb"));
   EXPECT_EQ(read(R"({"v": 3.5, "app": "other", "seed": "abc"})"), generateFromSeed("abc", "mandelbulb"));
-  FractalParams random = read("{}");
-  EXPECT_FALSE(random.seed.empty());
-  EXPECT_EQ(random.type, "mandelbulb");
+  // No seed, or an empty one, gets a fresh name: the generator never sees "".
+  EXPECT_EQ(read("{}").type, "mandelbulb");
+  const FractalParams unnamed = read(R"({"seed": "", "type": 3})");
+  EXPECT_EQ(unnamed.type, "menger");
+  EXPECT_EQ(std::count(unnamed.seed.begin(), unnamed.seed.end(), '_'), 2) << unnamed.seed;
 }
 
 TEST(Preset, RootMustBeObject) {
