@@ -1,5 +1,6 @@
 #include "app/app_state.h"
 
+#include "io/files.h"
 #include "io/preset.h"
 #include "model/seed.h"
 
@@ -30,6 +31,17 @@ bool makeCurrent(AppState& s, const FractalParams& p, std::string& error) {
 void showToast(AppState& s, const std::string& text, double now) {
   s.toast = text;
   s.toastUntil = now + 3.0;
+}
+
+std::string loadAndApply(AppState& s, const std::string& path) {
+  FractalParams p;
+  std::string message;
+  if (!loadPresetFile(path, p, message)) return message;
+  // A program that does not build is reported by the renderer's own message.
+  std::string ignored;
+  makeCurrent(s, p, ignored);
+  addRecentSeed(s.history, p.seed, p.type);
+  return kMsgLoaded + p.seed;
 }
 
 int targetSampleCount(const AppState& s) {

@@ -57,6 +57,10 @@ void pushState(AppState& s);
 // program does not build; the record is current either way.
 bool makeCurrent(AppState& s, const FractalParams& p, std::string& error);
 void showToast(AppState& s, const std::string& text, double now);
+// Opening or dropping a file: the record is applied only when the whole load
+// succeeded (current, camera snapped, history, recent seeds). Returns the
+// message to show: "Загружено: " and the seed, or why nothing changed.
+std::string loadAndApply(AppState& s, const std::string& path);
 int targetSampleCount(const AppState& s);
 
 // The record changes a shot or a self-test asks for. Renderer work (the new

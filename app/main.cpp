@@ -197,6 +197,14 @@ void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
     return;
   }
   if (e.type == EventType::Resize) run.busy = true;
+  // The screen saver's window takes no drops; anywhere else a dropped preset
+  // or PNG replaces the fractal.
+  if (e.type == EventType::DropFile && !s.screensaverMode) {
+    std::string message = loadAndApply(s, e.text);
+    showToast(s, message, platform::now());
+    std::fprintf(stderr, "%s\n", message.c_str());
+    run.busy = true;
+  }
   if (e.type == EventType::KeyDown && !e.repeat) {
     bool full = platform::isFullscreen(s.window);
     if (e.key == platform::kKeyF11 || (e.key == platform::kKeyEscape && full)) {
