@@ -16,6 +16,7 @@
 
 #include <GL/glcorearb.h>
 #include <SDL2/SDL.h>
+#include <SDL2/SDL_syswm.h>  // the X display, for the Xft.dpi resource
 
 #include <pwd.h>
 #include <unistd.h>
@@ -282,13 +283,39 @@ void setHeadlessSize(Window* w, int width, int height) {
   makeStandIn(*w, ignored);
 }
 
+namespace {
+
+// The desktop's chosen text DPI ("Xft.dpi" in the X resource database), or 0.
+// SDL2's own display DPI comes from the monitor's physical size, which
+// ignores the scale the user set for the desktop, so the resource comes first.
+double xftDpi(SDL_Window* window) {
+#if defined(SDL_VIDEO_DRIVER_X11)
+  SDL_SysWMinfo info;
+  SDL_VERSION(&info.version);
+  if (!SDL_GetWindowWMInfo(window, &info) || info.subsystem != SDL_SYSWM_X11) return 0;
+  const char* db = XResourceManagerString(info.info.x11.display);
+  const char* at = db ? std::strstr(db, "Xft.dpi:") : nullptr;
+  // Only a resource at the start of a line counts ("*Xft.dpi" is another key).
+  while (at && at != db && at[-1] != '\n') at = std::strstr(at + 1, "Xft.dpi:");
+  return at ? std::strtod(at + 8, nullptr) : 0;
+#else
+  (void)window;
+  return 0;
+#endif
+}
+
+}  // namespace
+
 double dpiScale(const Window* w) {
   if (!w || w->headless) return 1.0;
-  int display = SDL_GetWindowDisplayIndex(w->window);
-  float hdpi = 0;
-  // SDL prefers Xft.dpi on X11 when the resource is set.
-  if (display < 0 || SDL_GetDisplayDPI(display, nullptr, &hdpi, nullptr) != 0 || hdpi <= 0) return 1.0;
-  double s = hdpi / 96.0;
+  double dpi = xftDpi(w->window);
+  if (dpi <= 0) {
+    int display = SDL_GetWindowDisplayIndex(w->window);
+    float hdpi = 0;
+    if (display < 0 || SDL_GetDisplayDPI(display, nullptr, &hdpi, nullptr) != 0 || hdpi <= 0) return 1.0;
+    dpi = hdpi;
+  }
+  double s = dpi / 96.0;
   return s < 0.5 ? 1.0 : (s > 4.0 ? 4.0 : s);
 }
 
