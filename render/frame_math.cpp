@@ -27,8 +27,6 @@ std::vector<Tile> photoTiles(int width, int height) {
   return tiles;
 }
 
-int photoProgressCalls(int tilesPerSample, int samples) { return tilesPerSample * samples / 4; }
-
 int bandRows(double msPerRow, int renderHeight) {
   const double ms = std::max(msPerRow, 0.000001);
   return std::max(8, int(std::min<double>(renderHeight, 35.0 / ms)));
@@ -99,6 +97,18 @@ double adaptScale(double scale, bool moving, bool banding, bool completedMovingB
 double resolutionFactor(double scale, bool moving, bool adaptiveSetting) {
   if (!moving || !adaptiveSetting) return 1;
   return std::round(scale * 20) * 0.05;
+}
+
+std::array<uint8_t, 1024> rotatedPalette(const std::array<uint8_t, 1024>& texels, double phase) {
+  const double cycle = phase / 2 - std::floor(phase / 2);  // one mirrored cycle = 2 lengths
+  const int offset = int(std::lround(cycle * 512)) % 512;
+  std::array<uint8_t, 1024> out;
+  for (int i = 0; i < 256; ++i) {
+    const int j = (i + offset) % 512;
+    const int src = j < 256 ? j : 511 - j;
+    for (int c = 0; c < 4; ++c) out[i * 4 + c] = texels[src * 4 + c];
+  }
+  return out;
 }
 
 namespace {

@@ -7,6 +7,7 @@
 #include "model/params.h"
 #include "render/renderer.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -25,8 +26,6 @@ struct Tile {
 };
 // Photo tiles of at most 512², rows from the bottom-left corner.
 std::vector<Tile> photoTiles(int width, int height);
-// How often the photo's progress callback runs: after every fourth tile draw.
-int photoProgressCalls(int tilesPerSample, int samples);
 
 // Rows per band so that one band costs about 35 ms.
 int bandRows(double msPerRow, int renderHeight);
@@ -60,6 +59,11 @@ double easeShift(double shift, double target, double dt);
 double adaptScale(double scale, bool moving, bool banding, bool completedMovingBefore, double dt);
 // The resolution factor for this frame.
 double resolutionFactor(double scale, bool moving, bool adaptiveSetting);
+
+// The palette's 256 texels moved along by `phase` palette lengths. The walk
+// follows the mirrored sequence (0..255, 255..0) that the shader samples, so
+// no seam between the last and the first stop ever enters the texture.
+std::array<uint8_t, 1024> rotatedPalette(const std::array<uint8_t, 1024>& texels, double phase);
 
 // Lighting and post values of a record: colours linear (pow 2.2), light
 // direction from yaw and pitch in degrees.

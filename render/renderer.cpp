@@ -81,20 +81,18 @@ void destroyRenderer(Renderer& r) {
 namespace {
 
 // Refills the palette texture when the stops or the animation phase changed.
-// The phase rotates the palette; mirrored repeat keeps the seam smooth.
 void syncPalette(Renderer& r, const FractalParams& p, double phase) {
-  std::vector<std::string> stops = paletteStops(p);
-  if (stops == r.paletteStops && phase == r.palettePhase) return;
-  const std::array<uint8_t, 1024> texels = paletteTexels(stops);
-  std::array<uint8_t, 1024> rotated;
-  const double turns = phase - std::floor(phase);
-  const int offset = int(std::lround(turns * 256)) % 256;
-  for (int i = 0; i < 256; ++i)
-    for (int c = 0; c < 4; ++c) rotated[i * 4 + c] = texels[((i + offset) % 256) * 4 + c];
+  if (p.palette == r.paletteKey && p.customA == r.customA && p.customB == r.customB &&
+      p.customC == r.customC && phase == r.palettePhase)
+    return;
+  const std::array<uint8_t, 1024> texels = rotatedPalette(paletteTexels(paletteStops(p)), phase);
   gl.BindTexture(GL_TEXTURE_2D, r.palette.id);
-  gl.TexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 256, 1, GL_RGBA, GL_UNSIGNED_BYTE, rotated.data());
+  gl.TexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 256, 1, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
   gl.BindTexture(GL_TEXTURE_2D, 0);
-  r.paletteStops = std::move(stops);
+  r.paletteKey = p.palette;
+  r.customA = p.customA;
+  r.customB = p.customB;
+  r.customC = p.customC;
   r.palettePhase = phase;
 }
 

@@ -105,7 +105,9 @@ struct Renderer {
   // Record-derived state
   std::string typeKey = "mandelbulb";
   Lighting lighting;
-  std::vector<std::string> paletteStops;  // what the palette texture holds
+  // What the palette texture was filled from: the inputs of paletteStops,
+  // compared each frame without building the stop list.
+  std::string paletteKey, customA, customB, customC;
   double palettePhase = -1;
 
   // Frame driver

@@ -1,6 +1,7 @@
 // Arithmetic of the frame driver and photo render, and the GL-free shader
 // text rules: no context needed.
 #include "model/params.h"
+#include "model/tables.h"
 #include "render/frame_math.h"
 #include "render/shader_text.h"
 
@@ -61,8 +62,6 @@ TEST(FrameMath, PhotoTilesFromBottomLeft) {
   const std::vector<Tile> small = photoTiles(100, 100);
   ASSERT_EQ(small.size(), 1u);
   EXPECT_EQ(small[0].w, 100);
-  EXPECT_EQ(photoProgressCalls(1, 32), 8);
-  EXPECT_EQ(photoProgressCalls(135, 1), 33);
 }
 
 TEST(FrameMath, HaltonJitter) {
@@ -137,7 +136,7 @@ TEST(FrameMath, ShiftEasingAndAdaptiveScale) {
   EXPECT_EQ(resolutionFactor(0.62, true, false), 1);
 }
 
-TEST(FrameMath, LightingFromRecord) {
+TEST(FrameMath, LightingAndPaletteFromRecord) {
   FractalParams p;
   p.bgTop = "#808080";
   p.glowColor = "#ff0000";
@@ -150,6 +149,23 @@ TEST(FrameMath, LightingFromRecord) {
   EXPECT_NEAR(l.lightDir[0], 1, 1e-6);
   EXPECT_NEAR(l.lightDir[1], 0, 1e-6);
   EXPECT_NEAR(l.lightDir[2], 0, 1e-6);
+
+  // An animated palette never shows a hard seam: every texel stays next to a
+  // neighbour of the still palette (the far ends of the stop list differ).
+  p.palette = "custom";
+  p.customA = "#000000";
+  p.customB = "#808080";
+  p.customC = "#ffffff";
+  const std::array<uint8_t, 1024> still = paletteTexels(paletteStops(p));
+  EXPECT_EQ(rotatedPalette(still, 0), still);
+  EXPECT_EQ(rotatedPalette(still, 2), still);  // a whole mirrored cycle
+  EXPECT_EQ(rotatedPalette(still, -0.5), rotatedPalette(still, 1.5));
+  for (double phase : {0.1, 0.5, 0.99, 1.3, 7.77}) {
+    const std::array<uint8_t, 1024> moved = rotatedPalette(still, phase);
+    for (int i = 0; i + 1 < 256; ++i)
+      ASSERT_LE(std::abs(moved[i * 4] - moved[(i + 1) * 4]), 4) << phase << " at " << i;
+  }
+  EXPECT_EQ(rotatedPalette(still, 1)[0], 255);  // one length on: the far end first
 }
 
 TEST(ShaderText, VersionSwap) {
