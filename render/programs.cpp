@@ -113,7 +113,10 @@ void setUniform(Renderer& r, uint32_t p, const char* n, DVec3 v) {
 // [SECTION] Fractal programs
 
 uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::string& pass) {
-  const std::string key = pass + ":" + typeKey;
+  // Called for every trace and prepass: the key is built in a kept buffer
+  // so that a cache hit allocates nothing.
+  std::string& key = r.programKey;
+  key.assign(pass).append(1, ':').append(typeKey);
   const auto it = r.programs.find(key);
   if (it != r.programs.end()) return it->second;
   ++r.linkAttempts;

@@ -95,6 +95,7 @@ struct Renderer {
 
   // Programs and uniforms
   std::unordered_map<std::string, uint32_t> programs;  // "pass:type" -> program, 0 = failed
+  std::string programKey;          // lookup buffer of fractalProgram
   std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
   int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
   std::string errorText;           // compile and link logs, appended in order
