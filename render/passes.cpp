@@ -59,6 +59,12 @@ double maxDistance(double sceneScale, double bound, const double pos[3]) {
   return std::sqrt(pos[0] * pos[0] + pos[1] * pos[1] + pos[2] * pos[2]) + bound;
 }
 
+// The view's rectangle; a width of 0 means the whole render size.
+Tile scissorRect(const TraceView& v) {
+  if (v.scissor[2] <= 0) return {0, 0, v.width, v.height};
+  return {v.scissor[0], v.scissor[1], v.scissor[2], v.scissor[3]};
+}
+
 // No record carries a bounding radius, so rays are bounded by distance only.
 constexpr float kBound = 0;
 
@@ -74,11 +80,9 @@ bool depthPrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const 
   gl.BindVertexArray(r.vao);
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.prepass->fbo.id);
   gl.Viewport(0, 0, pw, ph);
-  const int sx = v.scissor[0], sy = v.scissor[1];
-  const int sw = v.scissor[2] > 0 ? v.scissor[2] : v.width;
-  const int sh = v.scissor[2] > 0 ? v.scissor[3] : v.height;
+  const Tile s = scissorRect(v);
   gl.Enable(GL_SCISSOR_TEST);
-  gl.Scissor(sx / 4, sy / 4, (sx + sw + 3) / 4 - sx / 4, (sy + sh + 3) / 4 - sy / 4);
+  gl.Scissor(s.x / 4, s.y / 4, (s.x + s.w + 3) / 4 - s.x / 4, (s.y + s.h + 3) / 4 - s.y / 4);
   const CameraView& c = v.camera;
   setUniform(r, prog, "uRes", Vec2{float(v.width), float(v.height)});
   setUniform(r, prog, "uShift", v.shift);
@@ -162,11 +166,9 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
   gl.BindVertexArray(r.vao);
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.accumB->fbo.id);
   gl.Viewport(0, 0, v.width, v.height);
-  const bool whole = v.scissor[2] <= 0;
-  const int sx = whole ? 0 : v.scissor[0], sy = whole ? 0 : v.scissor[1];
-  const int sw = whole ? v.width : v.scissor[2], sh = whole ? v.height : v.scissor[3];
+  const Tile s = scissorRect(v);
   gl.Enable(GL_SCISSOR_TEST);
-  gl.Scissor(sx, sy, sw, sh);
+  gl.Scissor(s.x, s.y, s.w, s.h);
   gl.ActiveTexture(GL_TEXTURE2);
   gl.BindTexture(GL_TEXTURE_2D, t.prepass ? t.prepass->tex.id : 0);
   gl.ActiveTexture(GL_TEXTURE0);
@@ -180,8 +182,8 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
   gl.Disable(GL_SCISSOR_TEST);
   gl.BindFramebuffer(GL_READ_FRAMEBUFFER, t.accumB->fbo.id);
   gl.BindFramebuffer(GL_DRAW_FRAMEBUFFER, t.accumA->fbo.id);
-  gl.BlitFramebuffer(sx, sy, sx + sw, sy + sh, sx, sy, sx + sw, sy + sh, GL_COLOR_BUFFER_BIT,
-                     GL_NEAREST);
+  gl.BlitFramebuffer(s.x, s.y, s.x + s.w, s.y + s.h, s.x, s.y, s.x + s.w, s.y + s.h,
+                     GL_COLOR_BUFFER_BIT, GL_NEAREST);
   gl.BindFramebuffer(GL_FRAMEBUFFER, 0);
   return true;
 }
