@@ -84,23 +84,12 @@ TEST(Json, NumberFormatting) {
 }
 
 TEST(Json, LayoutAndHelpers) {
-  JsonValue o = JsonValue::makeObject();
-  set(o, "b", JsonValue::makeNumber(1));
-  set(o, "a", JsonValue::makeArray());
-  JsonValue arr = JsonValue::makeArray();
-  JsonValue inner = JsonValue::makeObject();
-  set(inner, "x", JsonValue::makeBool(true));
-  arr.items.push_back(inner);
-  arr.items.push_back(JsonValue());
-  set(o, "c", arr);
-  set(o, "e", JsonValue::makeObject());
-  set(o, "b", JsonValue::makeString("s"));  // replaced in place
-
+  // A repeated key is replaced in place; nested objects inside arrays indent from their level.
+  const JsonValue o = parseJson(R"({"b": 1, "a": [], "c": [{"x": true}, null], "e": {}, "b": "s"})");
   EXPECT_EQ(writeJson(o, 2),
             "{\n  \"b\": \"s\",\n  \"a\": [],\n  \"c\": [{\n      \"x\": true\n    }, null],\n"
             "  \"e\": {}\n}");
   EXPECT_EQ(writeJson(o, 0), "{\n\"b\": \"s\",\n\"a\": [],\n\"c\": [{\n\"x\": true\n}, null],\n\"e\": {}\n}");
-
   EXPECT_EQ(numberOr(o, "b", 7), 7);  // a string is not a number
   EXPECT_EQ(stringOr(o, "b", "?"), "s");
 }

@@ -117,12 +117,9 @@ TEST(Preset, WebDialect) {
 }
 
 TEST(Preset, RootMustBeObject) {
-  for (const char* text : {"[]", "3", "\"x\"", "null"}) {
-    try {
-      read(text);
-      ADD_FAILURE() << text;
-    } catch (const std::runtime_error& e) {
+  for (const char* text : {"[]", "3", "\"x\"", "null"})
+    EXPECT_THROW(try { read(text); } catch (const std::runtime_error& e) {
       EXPECT_STREQ(e.what(), "неверный формат пресета");
-    }
-  }
+      throw;
+    }, std::runtime_error) << text;
 }
