@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config
-  libsdl2-dev libegl-dev libgl-dev libpng-dev zlib1g-dev
+  libsdl2-dev libx11-dev libegl-dev libgl-dev libpng-dev zlib1g-dev
   libegl-mesa0 libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
   glslang-tools pngcheck
