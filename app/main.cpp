@@ -287,6 +287,10 @@ void runLoop(AppState& s, Run& run) {
 
 int runProgram(Run& run) {
   std::string error;
+  if (!run.opts.shot.empty() && !shotFolderWritable(run.opts.shot)) {
+    std::fprintf(stderr, "не удалось записать %s\n", run.opts.shot.c_str());
+    return 1;
+  }
   platform::Window* window = openWindow(run.opts, error);
   if (!window) {
     std::fprintf(stderr, "%s\n", error.c_str());

@@ -6,6 +6,8 @@
 #include "platform/platform.h"
 
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 std::string shotReport(const std::string& gpu, const std::string& error, bool converged, double dist) {
   char d[32];
@@ -30,4 +32,15 @@ bool takeShot(AppState& s, const std::string& path, bool converged, std::string&
     ok = false;
   }
   return ok;
+}
+
+bool shotFolderWritable(const std::string& path) {
+  namespace fs = std::filesystem;
+  fs::path folder = fs::path(path).parent_path();
+  if (folder.empty()) folder = ".";
+  const fs::path probe = folder / ".quorvantelix-write-test";
+  if (!writeFileAtomic(probe.string(), "")) return false;
+  std::error_code ignored;
+  fs::remove(probe, ignored);
+  return true;
 }

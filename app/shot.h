@@ -9,6 +9,10 @@
 // "<gpu>\nerror: <error>\nconverged: yes|timeout\ndist: %.3e\n"
 std::string shotReport(const std::string& gpu, const std::string& error, bool converged, double dist);
 
+// Whether files can be created in the folder of `path`: checked before a long
+// render starts, so that minutes of work are not lost to a mistyped folder.
+bool shotFolderWritable(const std::string& path);
+
 // Reads the window back, writes `path` and `path`.log. Returns false when a
 // file could not be written; `problem` then says which.
 bool takeShot(AppState& s, const std::string& path, bool converged, std::string& problem);
