@@ -22,6 +22,14 @@ double q(uint8_t d, double m, double a, double s) {
 // d/255 as the generator has always computed it, for gates and thresholds.
 double u(uint8_t d) { return static_cast<double>(d) * 0.00392156862745098; }
 
+// Three fields quantised alike from three consecutive digest bytes.
+void drawTriple(double& x, double& y, double& z, const Digest& d, int first, double m, double a,
+                double s) {
+  x = q(d[first], m, a, s);
+  y = q(d[first + 1], m, a, s);
+  z = q(d[first + 2], m, a, s);
+}
+
 double roundMilli(double v) { return std::floor(v * 1000 + 0.5) * 0.001; }
 
 double length3(double x, double y, double z) { return std::sqrt(x * x + y * y + z * z); }
@@ -43,50 +51,38 @@ void drawBulb(FractalParams& p, const Digest& d) {
   p.power = base;
   if (u(d[16]) < 0.3) p.power = roundMilli(u(d[17]) + base - 0.5);
   if (p.type == "juliabulb") {
-    p.jx = q(d[18], 7.058823529411765, -899.5, 0.001);
-    p.jy = q(d[19], 7.058823529411765, -899.5, 0.001);
-    p.jz = q(d[20], 7.058823529411765, -899.5, 0.001);
+    drawTriple(p.jx, p.jy, p.jz, d, 18, 7.058823529411765, -899.5, 0.001);
   }
 }
 
 void drawBox(FractalParams& p, const Digest& d) {
   p.scale = roundMilli(d[16] * 0.0006274509803921569 - 0.08 + kBoxScales[d[15] & 7]);
   if (u(d[17]) < 0.45) {
-    p.rx = q(d[18], 0.09411764705882353, -11.5, 1);
-    p.ry = q(d[19], 0.09411764705882353, -11.5, 1);
-    p.rz = q(d[20], 0.09411764705882353, -11.5, 1);
+    drawTriple(p.rx, p.ry, p.rz, d, 18, 0.09411764705882353, -11.5, 1);
   }
   if (p.type == "juliabox") {
-    p.jx = q(d[21], 4.705882352941176, -599.5, 0.001);
-    p.jy = q(d[22], 4.705882352941176, -599.5, 0.001);
-    p.jz = q(d[23], 4.705882352941176, -599.5, 0.001);
+    drawTriple(p.jx, p.jy, p.jz, d, 21, 4.705882352941176, -599.5, 0.001);
   }
 }
 
-void drawMenger(FractalParams& p, const Digest& d) {
-  if (u(d[15]) < 0.35) return;
-  p.scale = q(d[16], 1.7647058823529418, 2400.5, 0.001);
-  p.ox = q(d[17], 0.9411764705882352, 880.5, 0.001);
-  p.oy = q(d[18], 0.9411764705882352, 880.5, 0.001);
-  p.oz = q(d[19], 0.9411764705882352, 880.5, 0.001);
-  if (u(d[20]) < 0.6) {
-    p.rx = q(d[21], 0.0784313725490196, -9.5, 1);
-    p.ry = q(d[22], 0.0784313725490196, -9.5, 1);
-    p.rz = q(d[23], 0.0784313725490196, -9.5, 1);
-  }
-}
+// Menger and Sierpinski draw the same fields from the same bytes, each with
+// its own intervals; about a third of seeds keep the classic shape.
+struct FoldDraws {
+  double scaleM, scaleA;  // scale from d16
+  double offsetM, offsetA;  // ox, oy, oz from d17..d19
+  double rotationGate;  // rotation drawn when u(d20) is below this
+  double rotationM, rotationA;  // rx, ry, rz from d21..d23
+};
+constexpr FoldDraws kMengerDraws{1.7647058823529418, 2400.5, 0.9411764705882352, 880.5,
+                                 0.6, 0.0784313725490196, -9.5};
+constexpr FoldDraws kSierpinskiDraws{0.9411764705882352, 1720.5, 0.4705882352941176, 940.5,
+                                     0.3, 0.023529411764705882, -2.5};
 
-void drawSierpinski(FractalParams& p, const Digest& d) {
+void drawFold(FractalParams& p, const Digest& d, const FoldDraws& k) {
   if (u(d[15]) < 0.35) return;
-  p.scale = q(d[16], 0.9411764705882352, 1720.5, 0.001);
-  p.ox = q(d[17], 0.4705882352941176, 940.5, 0.001);
-  p.oy = q(d[18], 0.4705882352941176, 940.5, 0.001);
-  p.oz = q(d[19], 0.4705882352941176, 940.5, 0.001);
-  if (u(d[20]) < 0.3) {
-    p.rx = q(d[21], 0.023529411764705882, -2.5, 1);
-    p.ry = q(d[22], 0.023529411764705882, -2.5, 1);
-    p.rz = q(d[23], 0.023529411764705882, -2.5, 1);
-  }
+  p.scale = q(d[16], k.scaleM, k.scaleA, 0.001);
+  drawTriple(p.ox, p.oy, p.oz, d, 17, k.offsetM, k.offsetA, 0.001);
+  if (u(d[20]) < k.rotationGate) drawTriple(p.rx, p.ry, p.rz, d, 21, k.rotationM, k.rotationA, 1);
 }
 
 void drawKifs(FractalParams& p, const Digest& d) {
@@ -94,9 +90,7 @@ void drawKifs(FractalParams& p, const Digest& d) {
   p.ox = q(d[17], 0.9803921568627446, 900.5, 0.001);
   p.oy = q(d[18], 1.176470588235294, 0.5, 0.001);
   p.oz = q(d[19], 0.9803921568627451, 0.5, 0.001);
-  p.rx = q(d[21], 0.11764705882352941, -14.5, 1);
-  p.ry = q(d[22], 0.11764705882352941, -14.5, 1);
-  p.rz = q(d[23], 0.11764705882352941, -14.5, 1);
+  drawTriple(p.rx, p.ry, p.rz, d, 21, 0.11764705882352941, -14.5, 1);
 }
 
 void drawQJulia(FractalParams& p, const Digest& d) {
@@ -118,15 +112,11 @@ void drawHybrid(FractalParams& p, const Digest& d) {
   }
   const double jm = u(d[22]);
   p.jmode = jm < 0.7 ? 0 : (jm < 0.85 ? 1 : 2);
-  p.jx = q(d[23], 3.9215686274509802, -499.5, 0.001);
-  p.jy = q(d[24], 3.9215686274509802, -499.5, 0.001);
-  p.jz = q(d[25], 3.9215686274509802, -499.5, 0.001);
+  drawTriple(p.jx, p.jy, p.jz, d, 23, 3.9215686274509802, -499.5, 0.001);
   p.oy = q(d[26], 1.176470588235294, 0.5, 0.001);
   p.oz = q(d[27], 0.9803921568627451, 0.5, 0.001);
   if (u(d[28]) < 0.5) {
-    p.rx = q(d[29], 0.0784313725490196, -9.5, 1);
-    p.ry = q(d[30], 0.0784313725490196, -9.5, 1);
-    p.rz = q(d[31], 0.0784313725490196, -9.5, 1);
+    drawTriple(p.rx, p.ry, p.rz, d, 29, 0.0784313725490196, -9.5, 1);
   }
 }
 
@@ -134,8 +124,8 @@ void drawShape(FractalParams& p, const Digest& d) {
   const std::string& t = p.type;
   if (t == "mandelbulb" || t == "burningbulb" || t == "juliabulb") drawBulb(p, d);
   else if (t == "mandelbox" || t == "juliabox") drawBox(p, d);
-  else if (t == "menger") drawMenger(p, d);
-  else if (t == "sierpinski") drawSierpinski(p, d);
+  else if (t == "menger") drawFold(p, d, kMengerDraws);
+  else if (t == "sierpinski") drawFold(p, d, kSierpinskiDraws);
   else if (t == "kifs") drawKifs(p, d);
   else if (t == "apollonian") p.scale = q(d[15], 1.4509803921568623, 1050.5, 0.001);
   else if (t == "qjulia") drawQJulia(p, d);
