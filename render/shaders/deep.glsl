@@ -73,7 +73,9 @@ vec3 bulb8f(vec3 z) {
   float y4 = y2 * y2;
   float z2 = q * q;
   float z4 = z2 * z2;
-  float k3 = max(x2 + z2, 1e-30);
+  // The float floor, not the double one: 1e-30 would overflow s1^7 in float
+  // and turn points on the polar axis into NaN.
+  float k3 = max(x2 + z2, 1e-10);
   float s1 = 1.0 / sqrt(k3);
   float k2 = s1 * s1 * s1 * s1 * s1 * s1 * s1;
   float k1 = x4 + y4 + z4 - 6.0 * y2 * z2 - 6.0 * x2 * y2 + 2.0 * z2 * x2;
