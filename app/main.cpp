@@ -175,19 +175,22 @@ bool runFrame(AppState& s) {
 
 // [SECTION] Events
 
-// Any deliberate input ends the screen saver; the pointer may drift a little.
+// Any deliberate input ends the screen saver, and so does losing the focus
+// (another window came up). The pointer may jitter: only a single move of
+// more than 12 pixels counts, and the very first move (the one the system
+// sends as the saver starts) only sets the reference.
 bool endsScreensaver(Run& run, const platform::InputEvent& e) {
   using platform::EventType;
-  if (e.type == EventType::KeyDown || e.type == EventType::MouseDown || e.type == EventType::MouseWheel)
+  if (e.type == EventType::KeyDown || e.type == EventType::MouseDown || e.type == EventType::MouseWheel ||
+      e.type == EventType::FocusLost)
     return true;
   if (e.type != EventType::MouseMove) return false;
-  if (!run.pointerSeen) {
-    run.pointerSeen = true;
-    run.pointerX = e.x;
-    run.pointerY = e.y;
-    return false;
-  }
-  return std::abs(e.x - run.pointerX) + std::abs(e.y - run.pointerY) > 8;
+  int moved = std::abs(e.x - run.pointerX) + std::abs(e.y - run.pointerY);
+  bool first = !run.pointerSeen;
+  run.pointerSeen = true;
+  run.pointerX = e.x;
+  run.pointerY = e.y;
+  return !first && moved > 12;
 }
 
 void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
