@@ -75,8 +75,9 @@ void applyLaunchOptions(AppState& s, const LaunchOptions& o) {
   s.liveMode = false;
   // The panel does not exist yet; its width joins here once it does.
   s.uiOffset = 0;
-  // A dive waits for dive mode; until then only its speed is kept.
-  if (o.dive > 0) s.diveSpeed = o.diveSpeed;
+  // A dive waits for dive mode; until then only its speed is kept, in the
+  // setting the dive reads (a launched run never saves it).
+  if (o.dive > 0) s.settings.diveSpeed = o.diveSpeed;
 }
 
 CameraView cameraViewOf(const Camera& c, double fovDegrees) {

@@ -39,7 +39,6 @@ struct AppState {
   int activeTab = 0;
   double uiOffset = 0;               // image shift target while the panel shows
   bool diveActive = false;
-  double diveSpeed = 0.35;
   bool liveMode = false;
 
   bool cameraWasMoving = false;      // for the history step when motion ends
