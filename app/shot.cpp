@@ -23,9 +23,9 @@ bool takeShot(AppState& s, const std::string& path, bool converged, std::string&
 
   FractalParams live = liveParams(s);
   std::string png;
-  bool ok = platform::encodePngPixels(pixels.data(), w, h, png) &&
-            splicePresetChunk(png, presetText(live, 0)) && writeFileAtomic(path, png);
-  if (!ok) problem = "не удалось записать " + path;
+  bool ok = platform::encodePngPixels(pixels.data(), w, h, png) && splicePresetChunk(png, presetText(live, 0));
+  if (!ok) problem = "не удалось закодировать PNG";
+  else if (!(ok = writeFileAtomic(path, png))) problem = "не удалось записать " + path;
   std::string report = shotReport(s.renderer.gpu, s.renderer.errorText, converged, live.dist);
   if (!writeFileAtomic(path + ".log", report)) {
     problem += (problem.empty() ? "" : "; ") + std::string("не удалось записать ") + path + ".log";

@@ -30,8 +30,8 @@ struct AppSettings {
   bool operator==(const AppSettings&) const = default;
 };
 
-// Applies what it can read, in file order, and stops silently at the first
-// failure: what was applied stays. Returns whether the whole file was read.
+// Applies "preset", then "quality", then "history", and stops silently at
+// the first failure: what was applied stays. Returns whether the whole file was read.
 bool loadState(const std::string& path, FractalParams& current, AppSettings& settings,
                std::vector<RecentSeed>& recent);
 std::string stateText(const FractalParams& current, const AppSettings& settings,
