@@ -59,6 +59,8 @@ struct Window {
   GLuint fbo = 0, colour = 0;
   PlatformGl gl;
   uint32_t mods = 0;  // modifier state as carried by the last key event
+  // Several files dropped at once arrive one event each; only the first opens.
+  bool dropping = false, dropTaken = false;
 };
 
 namespace {
@@ -494,11 +496,20 @@ bool translate(Window& w, SDL_Event& ev, InputEvent& e) {
       e.type = EventType::Text;
       e.text = ev.text.text;
       return true;
-    case SDL_DROPFILE:
+    case SDL_DROPBEGIN:
+    case SDL_DROPCOMPLETE:
+      w.dropping = ev.type == SDL_DROPBEGIN;
+      w.dropTaken = false;
+      return false;
+    case SDL_DROPFILE: {
+      bool later = w.dropping && w.dropTaken;
+      w.dropTaken = true;
       e.type = EventType::DropFile;
       e.text = ev.drop.file ? ev.drop.file : "";
       SDL_free(ev.drop.file);
-      return true;
+      ev.drop.file = nullptr;  // the caller frees what was not taken
+      return !later && !e.text.empty();
+    }
     default: return false;
   }
 }
