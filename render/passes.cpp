@@ -32,7 +32,9 @@ void createTarget(RenderTarget& t, int w, int h, TargetFormat format, bool linea
   gl.GenFramebuffers(1, &t.fbo.id);
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.fbo.id);
   gl.FramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, t.tex.id, 0);
-  // A fresh target must not feed garbage (or NaN) into a history blend.
+  // A fresh target must not feed garbage (or NaN) into a history blend; the
+  // interface may have left its clipping rectangle on.
+  gl.Disable(GL_SCISSOR_TEST);
   gl.ClearColor(0, 0, 0, 0);
   gl.Clear(GL_COLOR_BUFFER_BIT);
   gl.BindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -78,6 +80,7 @@ bool depthPrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const 
     createTarget(*t.prepass, pw, ph, TargetFormat::Float32, false);
   gl.UseProgram(prog);
   gl.BindVertexArray(r.vao);
+  gl.Disable(GL_BLEND);
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.prepass->fbo.id);
   gl.Viewport(0, 0, pw, ph);
   const Tile s = scissorRect(v);
@@ -103,7 +106,12 @@ bool depthPrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const 
 // trace may start from its result.
 bool preparePrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const FractalParams& p,
                     const RenderOptions& o) {
-  if (v.deep || !o.prepass || !v.allowPrepass || r.lighting.aperture > 0 || !t.prepass) return false;
+  if (!t.prepass || !t.prepassValid) return false;
+  // A texture left from an earlier accumulation belongs to another view: a
+  // sample that may not use the prepass forgets it, so that turning it back
+  // on later in the same accumulation cannot start rays from stale depths.
+  if (v.deep || !o.prepass || !v.allowPrepass || r.lighting.aperture > 0)
+    return *t.prepassValid = false;
   if (v.frame == 0 || v.history > 0) *t.prepassValid = depthPrepass(r, t, v, p);
   return *t.prepassValid;
 }
@@ -164,6 +172,7 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
   const bool usePre = preparePrepass(r, t, v, p, o);
   gl.UseProgram(prog);
   gl.BindVertexArray(r.vao);
+  gl.Disable(GL_BLEND);  // the interface draws blended; the accumulation never is
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.accumB->fbo.id);
   gl.Viewport(0, 0, v.width, v.height);
   const Tile s = scissorRect(v);

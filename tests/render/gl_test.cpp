@@ -220,6 +220,12 @@ TEST_F(RenderGl, PrepassDoesNotChangeThePicture) {
     EXPECT_LE(depthDiffers, hits / 50) << type << ": " << d;
     EXPECT_NEAR(meanA / (w * h * 3), meanB / (w * h * 3), 0.01) << type;
     EXPECT_LT(d.meanAbs, 0.05) << type << ": " << d;
+    // A later sample with the prepass switched off forgets the stored one, so
+    // switching it back on within the accumulation cannot reuse stale depths.
+    TraceView later = v;
+    later.frame = 1;
+    ASSERT_TRUE(tracePass(r, with.view(), later, p, {true, true, false}));
+    EXPECT_FALSE(with.preValid) << type;
   }
 }
 
