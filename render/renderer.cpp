@@ -80,11 +80,12 @@ void destroyRenderer(Renderer& r) {
 
 namespace {
 
-// Refills the palette texture when the stops or the animation phase changed.
-void syncPalette(Renderer& r, const FractalParams& p, double phase) {
+// Refills the palette texture when the stops or the animation phase changed;
+// says whether it did.
+bool syncPalette(Renderer& r, const FractalParams& p, double phase) {
   if (p.palette == r.paletteKey && p.customA == r.customA && p.customB == r.customB &&
       p.customC == r.customC && phase == r.palettePhase)
-    return;
+    return false;
   const std::array<uint8_t, 1024> texels = rotatedPalette(paletteTexels(paletteStops(p)), phase);
   gl.BindTexture(GL_TEXTURE_2D, r.palette.id);
   gl.TexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 256, 1, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
@@ -94,15 +95,21 @@ void syncPalette(Renderer& r, const FractalParams& p, double phase) {
   r.customB = p.customB;
   r.customC = p.customC;
   r.palettePhase = phase;
+  return true;
 }
 
-void syncRecord(Renderer& r, const FractalParams& p, double phase) {
+// A new palette makes the accumulated colours stale; a moving phase is an
+// animation, so it also counts as motion (fast frames, adaptive resolution).
+void syncRecord(Renderer& r, const FractalParams& p, double phase, double now) {
   if (p.type != r.typeKey) {
     r.typeKey = p.type;
     resetAccumulation(r);
   }
   r.lighting = lightingFromParams(p);
-  syncPalette(r, p, phase);
+  const bool phaseMoved = !std::isnan(r.palettePhase) && phase != r.palettePhase;
+  if (!syncPalette(r, p, phase)) return;
+  resetAccumulation(r);
+  if (phaseMoved) r.movingUntil = now + 0.22;
 }
 
 void resizeTargets(Renderer& r, int w, int h, double resScale) {
@@ -126,7 +133,7 @@ void resizeTargets(Renderer& r, int w, int h, double resScale) {
 bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.typeKey = p.type;
   r.lighting = lightingFromParams(p);
-  syncPalette(r, p, 0);
+  syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
   if (fractalProgram(r, p.type, "trace")) return true;
   error = "Не удалось скомпилировать шейдер фрактала:\n" + r.errorText;
@@ -276,7 +283,7 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   const double dt = r.lastFrameTime < 0 ? 1.0 / 60 : std::clamp(in.now - r.lastFrameTime, 0.0001, 0.1);
   r.lastFrameTime = in.now;
   if (in.width < 1 || in.height < 1) return false;
-  syncRecord(r, *in.params, in.palettePhase);
+  syncRecord(r, *in.params, in.palettePhase, in.now);
   int aw = 0, ah = 0;
   accumulationSize(in.width, in.height, in.settings->resScale, aw, ah);
   if (in.width != r.windowWidth || in.height != r.windowHeight || aw != r.accumA.width ||

@@ -22,6 +22,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -109,7 +110,7 @@ struct Renderer {
   // What the palette texture was filled from: the inputs of paletteStops,
   // compared each frame without building the stop list.
   std::string paletteKey, customA, customB, customC;
-  double palettePhase = -1;
+  double palettePhase = std::numeric_limits<double>::quiet_NaN();  // NaN: never filled
 
   // Frame driver
   int windowWidth = 0, windowHeight = 0;

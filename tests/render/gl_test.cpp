@@ -151,6 +151,14 @@ TEST_F(RenderGl, ClassicBulbHitsTheCentreAndLeavesTheCornersEmpty) {
   EXPECT_GT(std::abs(centre[0] - corner[0]) + std::abs(centre[1] - corner[1]) +
                 std::abs(centre[2] - corner[2]),
             30);
+  // An animated palette phase restarts the final picture as a moving frame.
+  in.palettePhase = 0.5;
+  in.now += 1;
+  EXPECT_TRUE(renderFrame(r, in));
+  EXPECT_LE(renderStatus(r).samples, 1);
+  in.palettePhase = 0;
+  in.now += 1;
+  renderFrame(r, in);
 }
 
 TEST_F(RenderGl, RunningMeanEqualsTheMeanOfSingleSamples) {
