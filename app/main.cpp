@@ -45,6 +45,7 @@ struct Run {
   int exitStatus = 0;
   InputTestState test;
   double lastProgress = 0;    // shot: when progress was last reported
+  uint64_t hostWindow = 0;    // screen saver drawing into its host's window
   bool pointerSeen = false;   // screen saver: first pointer position
   int pointerX = 0, pointerY = 0;
 };
@@ -76,9 +77,19 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
 
 // [SECTION] Start-up
 
-platform::Window* openWindow(const LaunchOptions& o, std::string& error) {
+// The screen-saver host's window: "-window-id ID", else the one a host such
+// as xscreensaver names in XSCREENSAVER_WINDOW; decimal or 0x-hex; 0 = none.
+uint64_t hostWindowId(const LaunchOptions& o) {
+  if (!o.shot.empty()) return 0;
+  const char* env = std::getenv("XSCREENSAVER_WINDOW");
+  std::string text = !o.windowId.empty() ? o.windowId : env ? env : "";
+  return std::strtoull(text.c_str(), nullptr, 0);
+}
+
+platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, std::string& error) {
   platform::WindowDesc d;
-  d.kind = o.screensaver ? platform::WindowKind::ScreenSaver : platform::WindowKind::Normal;
+  d.kind = o.screensaver || hostWindow ? platform::WindowKind::ScreenSaver : platform::WindowKind::Normal;
+  d.hostWindow = hostWindow;
   // A shot is a file, not a view: rendering it offscreen keeps it
   // independent of what covers the window on a desktop.
   if (!o.shot.empty()) d.kind = platform::WindowKind::Headless;
@@ -195,7 +206,9 @@ bool endsScreensaver(Run& run, const platform::InputEvent& e) {
 
 void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
   using platform::EventType;
-  if (e.type == EventType::Close || (s.screensaverMode && endsScreensaver(run, e))) {
+  // In a host's window the host watches the input and ends the run itself.
+  bool ownSaver = s.screensaverMode && !run.hostWindow;
+  if (e.type == EventType::Close || (ownSaver && endsScreensaver(run, e))) {
     run.running = false;
     return;
   }
@@ -294,7 +307,8 @@ int runProgram(Run& run) {
     std::fprintf(stderr, "не удалось записать %s\n", run.opts.shot.c_str());
     return 1;
   }
-  platform::Window* window = openWindow(run.opts, error);
+  run.hostWindow = hostWindowId(run.opts);
+  platform::Window* window = openWindow(run.opts, run.hostWindow, error);
   if (!window) {
     std::fprintf(stderr, "%s\n", error.c_str());
     platform::messageBox(nullptr, kAppTitle, kMsgNeedGl43, true);
@@ -302,7 +316,8 @@ int runProgram(Run& run) {
   }
   auto s = std::make_unique<AppState>();
   s->window = window;
-  s->screensaverMode = run.opts.screensaver;
+  s->screensaverMode = run.opts.screensaver || run.hostWindow != 0;
+  if (!platform::drawsIntoHost(window)) run.hostWindow = 0;  // it fell back to a window of its own
   run.test.app = s.get();
   std::string folder = platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";

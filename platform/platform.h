@@ -28,6 +28,9 @@ struct WindowDesc {
   int height = 950;
   std::string title = "Quorvan Telix 3D";
   bool forceHeadless = false;  // --headless: offscreen even when a display exists
+  // A screen-saver host's window to draw into (an X window id); 0 = none.
+  // When it cannot be used the program makes its own window instead.
+  uint64_t hostWindow = 0;
 };
 
 struct Window;  // opaque
@@ -39,6 +42,8 @@ Window* createWindow(const WindowDesc& desc, std::string& error);
 void destroyWindow(Window* w);
 
 bool isHeadless(const Window* w);
+// Whether the window is a screen-saver host's (see WindowDesc::hostWindow).
+bool drawsIntoHost(const Window* w);
 // Address of a GL entry point (core and extension), nullptr when absent.
 void* glProcAddress(const char* name);
 // The framebuffer the program should treat as "the window": 0 for a real

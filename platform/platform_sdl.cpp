@@ -55,6 +55,7 @@ struct Window {
   SDL_Window* window = nullptr;
   SDL_GLContext context = nullptr;
   bool headless = false;
+  bool host = false;  // drawing into a screen-saver host's window
   int width = 0, height = 0;  // headless client size
   GLuint fbo = 0, colour = 0;
   PlatformGl gl;
@@ -166,9 +167,46 @@ SDL_Rect allDisplaysRect() {
   return all;
 }
 
+#if defined(SDL_VIDEO_DRIVER_X11)
+bool gHostWindowBad = false;
+int noteHostWindowError(Display*, XErrorEvent*) {
+  gHostWindowBad = true;
+  return 0;
+}
+#endif
+
+// A stale or mistyped host window id must not end the process: Xlib's default
+// error handler would exit at the first request on it.
+SDL_Window* adoptHostWindow(uint64_t id) {
+  SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, "1");
+  void* handle = reinterpret_cast<void*>(static_cast<uintptr_t>(id));
+#if defined(SDL_VIDEO_DRIVER_X11)
+  gHostWindowBad = false;
+  XErrorHandler previous = XSetErrorHandler(noteHostWindowError);
+  SDL_Window* w = SDL_CreateWindowFrom(handle);
+  if (w && gHostWindowBad) {
+    SDL_SysWMinfo info;
+    SDL_VERSION(&info.version);
+    bool x11 = SDL_GetWindowWMInfo(w, &info) && info.subsystem == SDL_SYSWM_X11;
+    SDL_DestroyWindow(w);
+    w = nullptr;
+    if (x11) XSync(info.info.x11.display, False);  // its errors arrive while ours is the handler
+  }
+  XSetErrorHandler(previous);
+  if (!w) SDL_SetError("no such window");
+  return w;
+#else
+  return SDL_CreateWindowFrom(handle);
+#endif
+}
+
 SDL_Window* openSdlWindow(const WindowDesc& d, WindowKind kind) {
   int w = d.width > 0 ? d.width : 1600, h = d.height > 0 ? d.height : 950;
   Uint32 flags = SDL_WINDOW_OPENGL;
+  if (kind == WindowKind::ScreenSaver && d.hostWindow != 0) {
+    // The host owns the window's size, placement and input; we only draw.
+    return adoptHostWindow(d.hostWindow);
+  }
   if (kind == WindowKind::Headless) {
     // The pbuffer behind the offscreen "window" is never drawn to.
     return SDL_CreateWindow(d.title.c_str(), 0, 0, 1, 1, flags | SDL_WINDOW_HIDDEN);
@@ -187,6 +225,7 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
   setContextAttributes();
   auto* w = new Window;
   w->headless = kind == WindowKind::Headless;
+  w->host = kind == WindowKind::ScreenSaver && d.hostWindow != 0;
   w->width = d.width > 0 ? d.width : 1600;
   w->height = d.height > 0 ? d.height : 950;
   w->window = openSdlWindow(d, kind);
@@ -215,7 +254,16 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
 Window* createWindow(const WindowDesc& desc, std::string& error) {
   bool headless = desc.kind == WindowKind::Headless || desc.forceHeadless || !displayAvailable();
   if (headless) return createKind(desc, WindowKind::Headless, error);
-  Window* w = createKind(desc, desc.kind, error);
+  Window* w = nullptr;
+  if (desc.kind == WindowKind::ScreenSaver && desc.hostWindow != 0) {
+    w = createKind(desc, desc.kind, error);
+    if (w) return w;
+    std::fprintf(stderr, "screen-saver host window 0x%llx: %s\n",
+                 static_cast<unsigned long long>(desc.hostWindow), error.c_str());
+  }
+  WindowDesc own = desc;
+  own.hostWindow = 0;
+  w = createKind(own, desc.kind, error);
   if (w) return w;
   // A display that is named but cannot be opened (a stale DISPLAY) should not
   // stop a run that can do without one.
@@ -239,6 +287,8 @@ void destroyWindow(Window* w) {
 // [SECTION] Window queries and control
 
 bool isHeadless(const Window* w) { return !w || w->headless; }
+
+bool drawsIntoHost(const Window* w) { return w && w->host; }
 
 void* glProcAddress(const char* name) {
   // SDL answers only once video is up; before that there is no GL library.
