@@ -557,7 +557,7 @@ bool translate(Window& w, SDL_Event& ev, InputEvent& e) {
       e.type = EventType::DropFile;
       e.text = ev.drop.file ? ev.drop.file : "";
       SDL_free(ev.drop.file);
-      ev.drop.file = nullptr;  // the caller frees what was not taken
+      ev.drop.file = nullptr;  // freed here; drainInto frees only events no window took
       return !later && !e.text.empty();
     }
     default: return false;
