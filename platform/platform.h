@@ -118,6 +118,65 @@ double now();
 std::string settingsFolder();
 std::string picturesFolder();
 
+// [SECTION] File dialogs
+
+// A filter row of an open/save dialog: the shown name and its patterns
+// ("*.json", "*.png").
+struct FileFilter {
+  std::string name;
+  std::vector<std::string> patterns;
+};
+
+enum class DialogResult {
+  Chosen,       // `path` holds the chosen file (UTF-8, absolute)
+  Cancelled,    // the user closed the dialog: do nothing
+  Unavailable,  // no dialog could be shown (no portal, no helper program):
+                // the caller says how to name a file instead
+};
+
+// Modal file dialogs. They never block forever (a helper that stops
+// answering is given up after a time limit and reported as Unavailable) and
+// keep the window alive meanwhile. `folder` is where the dialog starts;
+// `proposedName` is the save dialog's suggested file name.
+DialogResult openFileDialog(Window* w, const std::string& title, const std::vector<FileFilter>& filters,
+                            const std::string& folder, std::string& path);
+DialogResult saveFileDialog(Window* w, const std::string& title, const std::vector<FileFilter>& filters,
+                            const std::string& folder, const std::string& proposedName, std::string& path);
+
+// [SECTION] Glyph rasterisation (for the interface's atlas)
+
+// One font to rasterise: a fallback list of family names (the first that
+// exists and covers Cyrillic is the main face; a code point it lacks is taken
+// from the next face that has it), a weight (400 regular, 600 semibold) and
+// the pixel height of the em (the size in logical pixels times the DPI scale).
+struct FontRequest {
+  std::vector<std::string> families;
+  int weight = 400;
+  int pixelHeight = 15;
+};
+
+struct GlyphBitmap {
+  uint32_t codepoint = 0;
+  bool present = false;      // false: no face has it (draws and advances nothing)
+  int advance = 0;           // pen advance in pixels
+  int width = 0, height = 0; // coverage bitmap size
+  int left = 0;              // bitmap's left edge relative to the pen position
+  int top = 0;               // bitmap's top row relative to the line's top (ascent line − bearing)
+  std::vector<uint8_t> coverage;  // width × height, 0..255, rows top-down, grey antialiasing
+};
+
+struct FontMetrics {
+  std::string face;          // the face actually used (first that matched)
+  int ascent = 0;            // pixels from the line's top to the baseline
+  int height = 0;            // line height in pixels (ascent + descent)
+};
+
+// Rasterises `codepoints` in order (`out` gets one entry each). False with
+// `error` when no face of the list (nor any system sans-serif face) can be
+// opened at all.
+bool rasterizeGlyphs(const FontRequest& font, const std::vector<uint32_t>& codepoints,
+                     std::vector<GlyphBitmap>& out, FontMetrics& metrics, std::string& error);
+
 // [SECTION] PNG pixel encoding
 
 // Encodes RGBA pixels (4 bytes each, rows bottom-up as GL reads them back)
