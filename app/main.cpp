@@ -178,8 +178,8 @@ bool runFrame(AppState& s) {
   bool more = renderFrame(s.renderer, frameInput(s, now, moving));
   std::string message = takeShaderMessage(s.renderer);
   if (!message.empty()) {
-    showToast(s, message, now);
-    std::fprintf(stderr, "%s\n", message.c_str());
+    showMessage(s, message);
+    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
   }
   return more || moving;
 }
@@ -217,8 +217,7 @@ void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
   // or PNG replaces the fractal.
   if (e.type == EventType::DropFile && !s.screensaverMode) {
     std::string message = loadAndApply(s, e.text);
-    showToast(s, message, platform::now());
-    std::fprintf(stderr, "%s\n", message.c_str());
+    showMessage(s, message);
     run.busy = true;
   }
   if (e.type == EventType::KeyDown && !e.repeat) {
@@ -296,6 +295,7 @@ void runLoop(AppState& s, Run& run) {
     if (run.opts.inputTest) inputTestAfterFrame(run);
     else if (!run.opts.shot.empty()) shotStep(s, run, platform::now());
     if (run.running) platform::swapBuffers(s.window);
+    clearFrameInput(s.input);
   }
 }
 
@@ -319,6 +319,8 @@ int runProgram(Run& run) {
   s->screensaverMode = run.opts.screensaver || run.hostWindow != 0;
   if (!platform::drawsIntoHost(window)) run.hostWindow = 0;  // it fell back to a window of its own
   run.test.app = s.get();
+  s->dpiScale = platform::dpiScale(window);
+  s->unattended = !run.opts.shot.empty() || run.opts.inputTest || s->screensaverMode;
   std::string folder = platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";
 
