@@ -29,15 +29,23 @@ Clip currentClip(UiContext& ui) {
   return {c[0], c[1], c[2], c[3]};
 }
 
-// The current command takes the clip when it has nothing drawn yet;
-// otherwise a new command starts.
+// The current command takes the clip when it has nothing drawn yet (or
+// merges back into the one before when that has the same clip); otherwise a
+// new command starts.
 void applyClip(DrawLayer& l) {
   const auto& c = l.clipStack.back();
+  auto same = [&](const DrawCommand& d) { return d.x0 == c[0] && d.y0 == c[1] && d.x1 == c[2] && d.y1 == c[3]; };
   DrawCommand& last = l.commands.back();
   if (last.vertexCount == 0) {
+    // Back to the clip of the command before: that one simply goes on.
+    if (l.commands.size() > 1 && same(l.commands[l.commands.size() - 2])) {
+      l.commands.pop_back();
+      return;
+    }
     last.x0 = c[0], last.y0 = c[1], last.x1 = c[2], last.y1 = c[3];
     return;
   }
+  if (same(last)) return;
   l.commands.push_back({uint32_t(l.vertices.size()), 0, c[0], c[1], c[2], c[3]});
 }
 
