@@ -12,6 +12,7 @@
 //   [SECTION] Entry
 #include "app/app_state.h"
 #include "app/input_test.h"
+#include "app/interface.h"
 #include "app/launch.h"
 #include "app/shot.h"
 #include "io/files.h"
@@ -175,7 +176,9 @@ bool runFrame(AppState& s) {
     s.cameraWasMoving = false;
     pushState(s);
   }
-  bool more = renderFrame(s.renderer, frameInput(s, now, moving));
+  FrameInput in = frameInput(s, now, moving);
+  bool more = renderFrame(s.renderer, in);
+  drawInterface(s, in.width, in.height, in.windowFbo);
   std::string message = takeShaderMessage(s.renderer);
   if (!message.empty()) {
     showMessage(s, message);
@@ -335,12 +338,20 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  // The screen saver shows no interface, so it spends no time on the atlas.
+  if (!s->screensaverMode && !initInterface(*s, error)) {
+    platform::messageBox(window, kAppTitle, error, true);
+    destroyRenderer(s->renderer);
+    platform::destroyWindow(window);
+    return 1;
+  }
   run.start = platform::now();
   runLoop(*s, run);
 
   bool save = run.opts.shot.empty() && !run.opts.inputTest && !s->screensaverMode && !s->launchedWithOptions;
   if (save && !run.statePath.empty())
     saveState(run.statePath, liveParams(*s), s->settings, s->history.recent);
+  destroyInterface();
   destroyRenderer(s->renderer);
   platform::destroyWindow(window);
   return run.exitStatus;
