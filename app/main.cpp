@@ -13,6 +13,7 @@
 #include "app/app_state.h"
 #include "app/commands.h"
 #include "app/dispatch.h"
+#include "app/frame.h"
 #include "app/input_test.h"
 #include "app/interface.h"
 #include "app/launch.h"
@@ -21,11 +22,8 @@
 #include "io/settings.h"
 #include "nav/camera.h"
 #include "nav/dive.h"
-#include "nav/fit.h"
-#include "nav/live.h"
 #include "platform/platform.h"
 #include "render/renderer.h"
-#include "render/shader_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -168,56 +166,12 @@ bool buildFirstFractal(AppState& s, const Run& run) {
 
 // [SECTION] One frame
 
-DiveContext diveContext(AppState& s, double dt, double now) {
-  DiveContext ctx;
-  ctx.dt = dt;
-  ctx.now = now;
-  ctx.speed = s.settings.diveSpeed;
-  ctx.deepAllowed = canUseDoublePrecision(s.params) && s.settings.deep != 1;
-  ctx.sequence = s.renderer.sequence;
-  ctx.findDeepest = [&s](double maxDepth, double point[3]) {
-    return findDeepestPoint(pictureOf(s), depthReaderOf(s), maxDepth, point);
-  };
-  ctx.newSeed = [&s](bool randomType) {
-    randomSeed(s, randomType);
-    return s.params.dist;
-  };
-  return ctx;
-}
-
-// Dive, camera, live morph, the history step when motion ends, the
-// renderer's frame and the fit. Returns whether another frame is wanted at once.
-bool runFrame(AppState& s) {
-  double now = platform::now();
-  double rawDt = s.lastFrameTime < 0 ? 1.0 / 60 : now - s.lastFrameTime;
-  double dt = std::clamp(rawDt, 0.0001, 0.1);
-  s.lastFrameTime = now;
-  if (s.dive.on) diveStep(s.dive, s.camera, diveContext(s, dt, now));
-  bool moving = cameraUpdate(s.camera, dt);
-  if (moving) {
-    s.cameraWasMoving = true;
-  } else if (s.cameraWasMoving) {
-    s.cameraWasMoving = false;
-    pushState(s);
-  }
-  if (s.live.on) {
-    liveAdvance(s.live, rawDt);
-    s.liveShown = liveFrame(s.live, s.params, cameraDistance(s.camera));
-  }
-  FrameInput in = frameInputOf(s, now, moving);
+// The frame of frame.cpp with the interface drawn over the composite.
+bool runFrameWithInterface(AppState& s) {
+  FrameInput in = beginFrame(s);
   bool more = renderFrame(s.renderer, in);
   drawInterface(s, in.width, in.height, in.windowFbo);
-  // The fit measures a traced picture of a camera at rest.
-  if (s.fitCountdown > 0 && !moving && renderStatus(s.renderer).samples > 0)
-    fitStep(s.fitCountdown, s.camera, pictureOf(s), depthReaderOf(s));
-  std::string message = takeShaderMessage(s.renderer);
-  if (!message.empty()) {
-    showMessage(s, message);
-    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
-  }
-  bool wanted = more || moving || s.fitCountdown > 0 || s.redraw;
-  s.redraw = false;
-  return wanted;
+  return finishFrame(s, in, more);
 }
 
 // [SECTION] Events
@@ -296,7 +250,7 @@ void runLoop(AppState& s, Run& run) {
     auto events = run.busy || unattended ? platform::pollEvents(s.window) : platform::waitEvents(s.window, -1);
     for (const auto& e : events) handleEvent(s, run, e);
     if (!run.running) break;
-    run.busy = runFrame(s);
+    run.busy = runFrameWithInterface(s);
     if (run.opts.inputTest) inputTestAfterFrame(run);
     else if (!run.opts.shot.empty()) shotStep(s, run, platform::now());
     if (run.running) platform::swapBuffers(s.window);
