@@ -308,3 +308,29 @@ TEST(Status, HiddenInterfaceKeepsTheBarAndThePillButNoLine) {
   drawStatus(ui, st);
   EXPECT_GT(ui.layers[0].vertices.size(), withoutLine);  // the fragments are drawn too
 }
+
+TEST(Status, AMessageWiderThanTheFreeAreaStaysInItAndEndsInAnEllipsis) {
+  UiContext ui = fakeContext();
+  const std::string text(200, 'a');  // 2000 pixels of text
+  const PillGeometry g = messagePill(ui, textWidth(ui, kFontBody, text), 1280, 720, true);
+  EXPECT_FLOAT_EQ(g.box.x, 16);
+  EXPECT_FLOAT_EQ(g.box.x + g.box.w, 1280 - 372 - 16);
+  EXPECT_FLOAT_EQ(g.textWidth, g.box.w - 28);
+  beginFrame(ui, 1280, 720);
+  StatusInfo st;
+  st.clientWidth = 1280;
+  st.clientHeight = 720;
+  st.interfaceShown = false;
+  st.message = text;
+  st.messageShown = true;
+  drawStatus(ui, st);
+  const Glyph* dots = findGlyph(ui.fonts[kFontBody], 8230);
+  float right = 0;
+  bool ellipsis = false;
+  for (const UiVertex& v : ui.layers[0].vertices) {
+    right = std::max(right, v.x);
+    ellipsis |= v.u == dots->u0 && v.v == dots->v0;
+  }
+  EXPECT_LE(right, 1280 - 16);
+  EXPECT_TRUE(ellipsis);
+}
