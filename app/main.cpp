@@ -136,7 +136,14 @@ void loadStartingState(AppState& s, Run& run) {
     if (!(o.dist > 0)) o.dist = 3.4;
     o.dive = 0;
   }
-  if (!o.shot.empty() || o.inputTest) applyLaunchOptions(s, o);
+  if (!o.shot.empty() || o.inputTest) {
+    applyLaunchOptions(s, o);
+  } else {
+    // The panel's two options also shape an interactive start, without
+    // making it an unattended run that keeps its settings unsaved.
+    if (o.hideUi) s.uiHidden = true;
+    if (o.tab >= 0) s.activeTab = o.tab;
+  }
   // A shot is rendered at the size asked for: the automatic scale that keeps
   // an interactive window fluid would only blur a poster.
   if (!o.shot.empty() && s.settings.resScale <= 0) s.settings.resScale = 1;
