@@ -45,24 +45,25 @@ std::string precisionText(const StatusInfo& st) {
 }
 
 // The text, or its longest prefix of whole glyphs that fits, then "…".
-void drawCutText(UiContext& ui, float x, float y, const std::string& text, uint32_t color, float width) {
-  if (textWidth(ui, kFontBody, text) <= width) {
-    addText(ui, kFontBody, x, y, text, color);
+void drawCutText(UiContext& ui, UiFontId font, float x, float y, const std::string& text, uint32_t color,
+                 float width) {
+  if (textWidth(ui, font, text) <= width) {
+    addText(ui, font, x, y, text, color);
     return;
   }
   const std::string_view all(text), dots = "…";
-  const float room = width - textWidth(ui, kFontBody, dots);
+  const float room = width - textWidth(ui, font, dots);
   float pen = 0;
   size_t end = 0;
   for (size_t i = 0; i < all.size();) {
     const size_t start = i;
     nextCodepoint(all, i);
-    const float w = textWidth(ui, kFontBody, all.substr(start, i - start));
+    const float w = textWidth(ui, font, all.substr(start, i - start));
     if (pen + w > room) break;
     pen += w;
     end = i;
   }
-  addText(ui, kFontBody, x, y, std::string(all.substr(0, end)) + std::string(dots), color);
+  addText(ui, font, x, y, std::string(all.substr(0, end)) + std::string(dots), color);
 }
 
 }  // namespace
@@ -122,12 +123,12 @@ void drawStatus(UiContext& ui, const StatusInfo& st) {
     const float w = std::min(textWidth(ui, kFontSmall, line), std::max(0.0f, room));
     const float x = scaled(ui, 16), y = float(st.clientHeight) - scaled(ui, 12) - (lh + pad);
     addRoundRect(ui, x, y, w + 2 * pad, lh + pad, scaled(ui, 8), kLineBacking);
-    addText(ui, kFontSmall, x + pad, y + pad / 2, line, ui.theme[kColTextDim], w);
+    drawCutText(ui, kFontSmall, x + pad, y + pad / 2, line, ui.theme[kColTextDim], w);
   }
   if (st.messageShown && !st.message.empty()) {
     const PillGeometry g = messagePill(ui, textWidth(ui, kFontBody, st.message), st.clientWidth,
                                        st.clientHeight, st.interfaceShown);
     drawRound(ui, g.box, kPillFill);
-    drawCutText(ui, g.textX, g.textY, st.message, kPillText, g.textWidth);
+    drawCutText(ui, kFontBody, g.textX, g.textY, st.message, kPillText, g.textWidth);
   }
 }
