@@ -62,8 +62,8 @@ TEST(Preset, RoundTrip) {
   EXPECT_EQ(read(presetText(p, 2)), p);
   EXPECT_EQ(read(presetText(p, 0)), p);
   FractalParams fine;
-  fine.power = 1.0 / 3;  // more than ten digits come back rounded to ten
-  EXPECT_DOUBLE_EQ(read(presetText(fine, 2)).power, 0.3333333333);
+  fine.warp = 1.0 / 3;  // more than ten digits come back rounded to ten
+  EXPECT_DOUBLE_EQ(read(presetText(fine, 2)).warp, 0.3333333333);
 }
 
 TEST(Preset, DesktopDialectDefaults) {
@@ -80,7 +80,7 @@ TEST(Preset, DesktopDialectDefaults) {
                              "palette": 5, "jmode": -2.9, "scale": 2.25})");
   FractalParams expected = defaultsForType("menger");
   expected.scale = 2.25;
-  expected.jmode = -2;
+  expected.jmode = 0;  // -2 is no mode: the nearest one
   EXPECT_EQ(m, expected);
 
   // "v" other than 3 still counts as desktop when "app" says so.
