@@ -33,7 +33,9 @@ TEST(Json, ErrorMessages) {
   EXPECT_EQ(parseError("{a:1}"), "ожидалась строка");
   EXPECT_EQ(parseError("[1,]"), "неверное значение JSON");
   EXPECT_EQ(parseError("tru"), "неверное значение JSON");
-  EXPECT_EQ(parseError("\xEF\xBB\xBF{}"), "неверное значение JSON");  // a BOM is not skipped
+  EXPECT_EQ(parseError("\xEF\xBB\xBF{}"), "(no error)");  // editors put a BOM before UTF-8
+  EXPECT_EQ(parseError("\xEF\xBB\xBF"), "неожиданный конец JSON");
+  EXPECT_EQ(parseError("\xEF\xBB{}"), "неверное значение JSON");  // half a BOM is no BOM
 }
 
 TEST(Json, LenientReading) {

@@ -59,8 +59,8 @@ TEST_F(Settings, LoadingAppliesWhatItCanRead) {
   EXPECT_TRUE(loadState(file("q.json", R"({"quality": {"samples": 64.9, "deep": -1.7,
       "resScale": 1.5, "shadows": 0, "gi": true, "vsync": "no", "maxSteps": 1e12}})"), p, s, recent));
   AppSettings expected;
-  expected.samples = 64, expected.deep = -1, expected.resScale = 1.5, expected.gi = true;
-  expected.maxSteps = INT32_MAX;
+  expected.samples = 64, expected.deep = 0, expected.resScale = 1.5, expected.gi = true;
+  expected.maxSteps = 2000;  // the frame driver's own ceiling
   EXPECT_EQ(s, expected);
   EXPECT_EQ(p, FractalParams{});
   EXPECT_EQ(recent.size(), 1u);
@@ -130,16 +130,26 @@ TEST_F(Files, LoadMessages) {
     return !loadPresetFile(path, p, msg);
   };
   EXPECT_TRUE(fails((dir / "missing.json").string()));
-  EXPECT_EQ(msg, "Не удалось прочитать файл");
+  EXPECT_EQ(msg, "Не удалось прочитать файл «" + (dir / "missing.json").string() + "»: нет такого файла или папки");
+  auto named = [&](const std::string& name) { return " («" + (dir / name).string() + "»)"; };
   EXPECT_TRUE(fails(file("empty.json", "")));
-  EXPECT_EQ(msg, "Не удалось открыть: неожиданный конец JSON");
+  EXPECT_EQ(msg, "Не удалось открыть: неожиданный конец JSON" + named("empty.json"));
   EXPECT_TRUE(fails(file("arr.json", "[1]")));
-  EXPECT_EQ(msg, "Не удалось открыть: неверный формат пресета");
+  EXPECT_EQ(msg, "Не удалось открыть: неверный формат пресета" + named("arr.json"));
   EXPECT_TRUE(fails(file("other.png", pngWithPreset(""))));
-  EXPECT_EQ(msg, "В этом PNG нет параметров Quorvan Telix");
-  // A compressed text fails as JSON; so does a file with 0x89 too short to be a PNG.
-  EXPECT_TRUE(fails(file("bad.png", pngWithPreset("x\x9c"))) && fails(file("short", "\x89PNG")));
-  EXPECT_EQ(msg, "Не удалось открыть: неверное значение JSON");
+  EXPECT_EQ(msg, "В этом PNG нет параметров Quorvan Telix" + named("other.png"));
+  // A compressed text fails as JSON; a PNG cut short is a damaged PNG, however short.
+  EXPECT_TRUE(fails(file("bad.png", pngWithPreset("x\x9c"))));
+  EXPECT_EQ(msg, "Не удалось открыть: неверное значение JSON" + named("bad.png"));
+  EXPECT_TRUE(fails(file("short", "\x89PNG\r\n\x1a\n")));
+  EXPECT_EQ(msg, "Не удалось открыть: повреждённый PNG (файл обрезан)" + named("short"));
+  std::string flipped = pngWithPreset(presetText(generateFromSeed("x", "menger"), 0));
+  flipped[flipped.find("\"iter\": ") + 8] ^= 1;
+  EXPECT_TRUE(fails(file("flipped.png", flipped)));
+  EXPECT_EQ(msg, "Не удалось открыть: повреждённый PNG (параметры не сходятся с контрольной суммой)" +
+                     named("flipped.png"));
+  EXPECT_TRUE(fails(dir.string()));
+  EXPECT_EQ(msg, "Не удалось прочитать файл «" + dir.string() + "»: это папка, а не файл");
   EXPECT_EQ(p, before);
 }
 
