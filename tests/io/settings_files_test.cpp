@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <sys/stat.h>
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -119,6 +121,82 @@ TEST_F(Files, WriteAndReadWholeFiles) {
   fs::create_directory(dir / "sub" / "x");
   EXPECT_FALSE(writeFileAtomic((dir / "sub" / "x").string(), "data"));
   EXPECT_EQ(static_cast<size_t>(std::distance(fs::directory_iterator(dir / "sub"), {})), 1u);
+}
+
+// What sits at a path decides what a write may do there; each refusal says
+// why and changes nothing, and no write leaves a temporary file behind.
+TEST_F(Files, WritingReplacesOnlyRegularFiles) {
+  std::string reason;
+  auto content = [](const fs::path& p) {
+    std::string back;
+    readWholeFile(p.string(), back);
+    return back;
+  };
+  // A symbolic link is written through: the link stays, its target changes.
+  std::string target = file("target.json", "old");
+  fs::create_symlink("target.json", dir / "link.json");
+  ASSERT_TRUE(writeFileAtomic((dir / "link.json").string(), "new", &reason)) << reason;
+  EXPECT_TRUE(fs::is_symlink(dir / "link.json"));
+  EXPECT_EQ(content(target), "new");
+  // A dangling link creates its target.
+  fs::create_symlink("later.json", dir / "dangling.json");
+  ASSERT_TRUE(writeFileAtomic((dir / "dangling.json").string(), "made", &reason)) << reason;
+  EXPECT_EQ(content(dir / "later.json"), "made");
+
+  // Permission bits of the replaced file are kept.
+  std::string kept = file("kept.json", "old");
+  fs::permissions(kept, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read,
+                  fs::perm_options::replace);
+  ASSERT_TRUE(writeFileAtomic(kept, "new"));
+  EXPECT_EQ(fs::status(kept).permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+
+  // A read-only file is not replaced, even where the folder would allow it.
+  std::string locked = file("locked.json", "keep me");
+  fs::permissions(locked, fs::perms::owner_read, fs::perm_options::replace);
+  EXPECT_FALSE(writeFileAtomic(locked, "lost", &reason));
+  EXPECT_EQ(reason, "файл только для чтения");
+  EXPECT_EQ(content(locked), "keep me");
+  EXPECT_FALSE(canWriteFile(locked, reason));
+
+  // A device or a folder at the path is never replaced.
+  EXPECT_FALSE(writeFileAtomic("/dev/null", "x", &reason));
+  EXPECT_EQ(reason, "это не обычный файл");
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+  EXPECT_FALSE(canWriteFile(dir.string(), reason));
+  EXPECT_EQ(reason, "это папка, а не файл");
+
+  // A temporary file left by a crash is taken over, not added to.
+  std::string crashed = file(".kept.json.qtx-tmp", "half");
+  ASSERT_TRUE(writeFileAtomic(kept, "again"));
+  EXPECT_FALSE(fs::exists(crashed));
+  for (const auto& e : fs::directory_iterator(dir))
+    EXPECT_EQ(e.path().string().find("qtx-tmp"), std::string::npos) << e.path();
+}
+
+TEST_F(Files, ReadingRefusesWhatIsNotARegularFile) {
+  std::string out = "untouched", reason;
+  const std::string fifo = (dir / "fifo").string();
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  // Nobody writes to the FIFO: reading must answer at once, not wait.
+  EXPECT_FALSE(readFileLimited(fifo, kTextFileLimit, out, reason));
+  EXPECT_EQ(reason, "это не обычный файл");
+  EXPECT_FALSE(readFileLimited("/dev/zero", kTextFileLimit, out, reason));
+  EXPECT_EQ(reason, "это не обычный файл");
+  EXPECT_FALSE(readFileLimited(dir.string(), kTextFileLimit, out, reason));
+  EXPECT_EQ(reason, "это папка, а не файл");
+  std::string big = file("big.json", std::string(2u << 20, ' '));
+  EXPECT_FALSE(readFileLimited(big, size_t(1) << 20, out, reason));
+  EXPECT_EQ(reason, "файл слишком большой (больше 1 МБ)");
+  EXPECT_EQ(out, "untouched");
+  ASSERT_TRUE(readFileLimited(big, size_t(2) << 20, out, reason));
+  EXPECT_EQ(out.size(), size_t(2) << 20);
+  // A preset far larger than any real one is refused before parsing.
+  FractalParams p;
+  std::string message;
+  std::string huge = file("huge.json", std::string(kTextFileLimit + 1, ' '));
+  EXPECT_FALSE(loadPresetFile(huge, p, message));
+  EXPECT_EQ(message, "Не удалось прочитать файл «" + huge + "»: файл слишком большой для пресета (больше 4 МБ)");
 }
 
 TEST_F(Files, LoadMessages) {
