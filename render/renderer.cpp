@@ -132,6 +132,7 @@ void resizeTargets(Renderer& r, int w, int h, double resScale) {
 
 bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.typeKey = p.type;
+  r.bandHeight = 0;  // another program: its rows cost what they cost
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
@@ -148,6 +149,10 @@ void resetAccumulation(Renderer& r) {
 // [SECTION] Frame driver
 
 namespace {
+
+// Rows traced while a row's cost is unknown (a new program, iteration count,
+// step budget or precision): a first look that cannot take long.
+constexpr int kProbeRows = 8;
 
 double secondsNow() {
   using namespace std::chrono;
@@ -178,16 +183,20 @@ void stepQuality(Renderer& r, const FrameInput& in) {
   const int iter = frameIterations(p, in.diveActive, dist);
   if (iter != r.iterations) {
     r.iterations = iter;
+    r.bandHeight = 0;  // a row's cost is measured afresh
     resetAccumulation(r);
   }
   const FractalType& type = fractalTypes()[typeIndex(p.type)];
-  r.maxSteps = frameStepBudget(in.settings->maxSteps, in.diveActive, diveDepth(type.camDist, dist));
+  const int steps = frameStepBudget(in.settings->maxSteps, in.diveActive, diveDepth(type.camDist, dist));
+  if (steps != r.maxSteps) r.bandHeight = 0;
+  r.maxSteps = steps;
   const int setting = in.deepForced ? 2 : in.settings->deep;
   const bool eligible = canUseDoublePrecision(p);
   const bool deep = chooseDeep(setting, eligible, dist, r.deep);
   r.deepRefused = !eligible && (setting == 2 || (setting == 0 && dist < 0.0002));
   if (deep != r.deep) {
     r.deep = deep;
+    r.bandHeight = 0;
     resetAccumulation(r);
   }
 }
@@ -231,8 +240,10 @@ TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool s
   v.shift = float(2 * r.shift / r.windowHeight);
   const bool autoFocus = in.params->autoFocus;
   v.focus = float(!autoFocus ? in.params->focus : r.focusDepth > 0 ? r.focusDepth : in.camera.distance);
-  const int rows = r.banding ? std::min(std::max(8, r.bandHeight), v.height - r.rowCursor)
-                             : v.height - r.rowCursor;
+  const int left = v.height - r.rowCursor;
+  const int rows = r.bandHeight <= 0 ? std::min(kProbeRows, left)
+                   : r.banding       ? std::min(std::max(8, r.bandHeight), left)
+                                     : left;
   v.scissor[0] = 0;
   v.scissor[1] = r.rowCursor;
   v.scissor[2] = v.width;
@@ -268,8 +279,11 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   gl.Finish();
   const int rows = v.scissor[3];
   const double msPerRow = std::max((secondsNow() - t0) * 1000 / rows, 0.000001);
-  r.bandHeight = bandRows(msPerRow, v.height);
-  r.banding = needsBanding(msPerRow, v.height);
+  // A band may at most double: rows measured over empty sky say nothing of
+  // the rows through the fractal below them, and one frame must never hold
+  // the loop for long, whatever the record costs.
+  r.bandHeight = std::min(bandRows(msPerRow, v.height), std::max(kProbeRows, 2 * rows));
+  r.banding = needsBanding(msPerRow, v.height) || r.bandHeight < v.height;
   r.rowCursor += rows;
   if (r.rowCursor < v.height) return false;
   completeSample(r, in, moving);

@@ -119,7 +119,7 @@ struct Renderer {
   int samples = 0;                 // n: samples completed since the last reset
   uint32_t sequence = 0;           // never reset; advances with n
   int rowCursor = 0;
-  int bandHeight = 0;
+  int bandHeight = 0;               // 0: the cost of a row is not known yet
   bool banding = false;
   double movingUntil = 0;
   double adaptiveScale = 1;        // 0.25..1
