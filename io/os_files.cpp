@@ -79,6 +79,12 @@ bool resolveLinks(const std::string& path, std::string& out, std::string& reason
 
 }  // namespace
 
+namespace {
+bool gUnnamedTempFiles = true;
+}  // namespace
+
+void osUseUnnamedTempFiles(bool on) { gUnnamedTempFiles = on; }
+
 std::string osTempNameFor(const std::string& path) {
   std::filesystem::path p = toPath(path);
   std::string name = fromPath(p.filename());
@@ -195,6 +201,7 @@ bool fillFile(int fd, std::string_view bytes, mode_t mode, std::string& reason) 
 int writeUnnamed(const std::string& folder, const std::string& temp, std::string_view bytes, mode_t mode,
                  std::string& reason) {
 #ifdef O_TMPFILE
+  if (!gUnnamedTempFiles) return -1;
   int fd = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
   if (fd < 0) {
     if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL) return -1;

@@ -25,5 +25,10 @@ bool osCheckWritable(const std::string& path, std::string& resolved, std::string
 // behind and the next write of the same target reuses or removes it.
 bool osWriteReplacing(const std::string& path, std::string_view bytes, std::string& reason);
 
+// Whether writes may use an unnamed temporary file (on by default where the
+// system has one); off, they use the named fallback, which the kill loop
+// also has to prove.
+void osUseUnnamedTempFiles(bool on);
+
 // The temporary file's name next to the target `path`.
 std::string osTempNameFor(const std::string& path);
