@@ -57,7 +57,7 @@ void applyQuality(const JsonValue& quality, AppSettings& s) {
   for (const QualityMember& m : kQuality) {
     const JsonValue* v = find(quality, m.key);
     if (!v) continue;
-    if (v->isNumber()) applyQualityNumber(m, v->number, s);
+    if ((m.asDouble || m.asInt) && v->isNumber()) applyQualityNumber(m, v->number, s);
     if (m.asBool && v->isBool()) s.*m.asBool = v->boolean;
   }
 }
