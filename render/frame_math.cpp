@@ -57,10 +57,13 @@ double diveDepth(double referenceDist, double cameraDist) {
 }
 
 int frameIterations(const FractalParams& p, bool diveActive, double cameraDist) {
-  if (!diveActive) return int(std::floor(p.iter + 0.5));
+  // Records are made safe when read; a conversion to int must still never
+  // see a value beyond int's range, wherever a record came from.
+  const double iter = std::isfinite(p.iter) ? std::clamp(p.iter, 0.0, 400.0) : 0.0;
+  if (!diveActive) return int(std::floor(iter + 0.5));
   const FractalType& t = fractalTypes()[typeIndex(p.type)];
   const double depth = diveDepth(t.camDist, cameraDist);
-  return std::min(400, int(std::floor(depth * t.iterGrowth + p.iter + 0.5)));
+  return std::min(400, int(std::floor(depth * t.iterGrowth + iter + 0.5)));
 }
 
 int frameStepBudget(int maxStepsSetting, bool diveActive, double depth) {
