@@ -159,6 +159,7 @@ FrameInput frameInput(AppState& s, double now, bool moving) {
   in.deepForced = s.deepForced;
   in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
   in.targetSamples = targetSampleCount(s);
+  in.unattended = s.launchedWithOptions && !s.screensaverMode;
   in.settings = &s.settings;
   return in;
 }

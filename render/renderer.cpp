@@ -282,7 +282,12 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   // A band may at most double: rows measured over empty sky say nothing of
   // the rows through the fractal below them, and one frame must never hold
   // the loop for long, whatever the record costs.
-  r.bandHeight = std::min(bandRows(msPerRow, v.height), std::max(kProbeRows, 2 * rows));
+  // Where post-processing is slow (a large picture on a software renderer) a
+  // band as long as it keeps the frames at least half tracing, up to half a
+  // second; elsewhere the usual 35 ms. Nobody waits on an unattended run's
+  // loop: its bands may take seconds, which saves post passes.
+  const double bandMs = std::clamp(r.postMs, 35.0, in.unattended ? 4000.0 : 500.0);
+  r.bandHeight = std::min(bandRows(msPerRow * 35.0 / bandMs, v.height), std::max(kProbeRows, 2 * rows));
   r.banding = needsBanding(msPerRow, v.height) || r.bandHeight < v.height;
   r.rowCursor += rows;
   if (r.rowCursor < v.height) return false;
@@ -314,10 +319,16 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   const bool sizeChanged = stepRenderSize(r, in, moving, dt);
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
   bool completed = false;
-  if (r.samples < r.targetSamples) completed = traceStep(r, in, moving, sizeChanged);
+  const bool tracing = r.samples < r.targetSamples;
+  if (tracing) completed = traceStep(r, in, moving, sizeChanged);
   r.lastFrameCompletedMoving = completed && moving;
+  const double postStart = secondsNow();
   postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
            in.height);
+  if (tracing) {
+    gl.Finish();  // the band after it is sized against this cost
+    r.postMs = (secondsNow() - postStart) * 1000;
+  }
   const bool failed = r.shaderErrorShown;
   return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget;
 }

@@ -50,6 +50,7 @@ struct FrameInput {
   double shiftTarget = 0;          // image shift target in window pixels (half the panel width, or 0)
   double palettePhase = 0;         // palette animation phase in palette lengths; a change refills
   int targetSamples = 0;           // samples to accumulate; 0 = settings->samples
+  bool unattended = false;         // a shot: bands may run for seconds (no one is waiting on the loop)
   const AppSettings* settings = nullptr;
 };
 
@@ -120,6 +121,7 @@ struct Renderer {
   uint32_t sequence = 0;           // never reset; advances with n
   int rowCursor = 0;
   int bandHeight = 0;               // 0: the cost of a row is not known yet
+  double postMs = 0;               // what the last traced frame's post-processing cost
   bool banding = false;
   double movingUntil = 0;
   double adaptiveScale = 1;        // 0.25..1
