@@ -1,5 +1,11 @@
 // The JSON value tree: a recursive-descent reader over bytes and a printer
 // whose layout the preset, PNG and settings files depend on.
+//
+// Index
+//   [SECTION] UTF-8                  what counts as well-formed, and the repair
+//   [SECTION] Construction and lookup
+//   [SECTION] Reader                 with the key index of big objects
+//   [SECTION] Writer
 #include "io/json.h"
 
 #include <charconv>
