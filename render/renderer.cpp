@@ -143,6 +143,7 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
 void resetAccumulation(Renderer& r) {
   r.samples = 0;
   r.rowCursor = 0;
+  r.movingSamples = false;
 }
 
 // [SECTION] Frame driver
@@ -268,8 +269,8 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   gl.Finish();
   const int rows = v.scissor[3];
   const double msPerRow = std::max((secondsNow() - t0) * 1000 / rows, 0.000001);
-  r.bandHeight = bandRows(msPerRow, v.height);
-  r.banding = needsBanding(msPerRow, v.height);
+  r.bandHeight = bandRows(msPerRow, v.height, r.bandMs);
+  r.banding = needsBanding(msPerRow, v.height, r.bandingMs);
   r.rowCursor += rows;
   if (r.rowCursor < v.height) return false;
   completeSample(r, in, moving);
@@ -297,10 +298,17 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   stepShift(r, in, dt);
   stepQuality(r, in);
   const bool moving = in.now < r.movingUntil;
+  // Samples traced while moving are fast ones (fewer shadow and occlusion
+  // taps, no photo light); the still picture starts over without them.
+  if (!moving && r.movingSamples) resetAccumulation(r);
+  r.moving = moving;
   const bool sizeChanged = stepRenderSize(r, in, moving, dt);
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
   bool completed = false;
-  if (r.samples < r.targetSamples) completed = traceStep(r, in, moving, sizeChanged);
+  if (r.samples < r.targetSamples) {
+    completed = traceStep(r, in, moving, sizeChanged);
+    r.movingSamples = r.movingSamples || moving;
+  }
   r.lastFrameCompletedMoving = completed && moving;
   postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
            in.height);
@@ -315,6 +323,7 @@ RenderStatus renderStatus(const Renderer& r) {
   s.samples = r.samples;
   s.targetSamples = r.targetSamples;
   s.done = r.samples >= r.targetSamples;
+  s.converged = s.done && !r.moving;
   s.deep = r.deep;
   s.deepRefused = r.deepRefused;
   s.renderWidth = r.renderWidth;
