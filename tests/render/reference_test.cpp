@@ -80,8 +80,8 @@ struct Case {
 };
 
 // Each type's starting record (the box with its default folds) and two
-// seeds' records, whose draws cover rotations, offsets, warp and the hybrid's
-// chains; bulbs also at powers near 8 but off the closed form's window.
+// seeds' records, whose draws cover rotations, offsets, warp and Julia
+// constants; bulbs also at powers near 8 but off the closed form's window.
 std::vector<Case> referenceCases() {
   std::vector<Case> cases;
   for (const FractalType& t : fractalTypes()) {
@@ -94,6 +94,13 @@ std::vector<Case> referenceCases() {
     FractalParams p = defaultsForType(type);
     p.power = power;
     cases.push_back({std::string(type) + " power " + std::to_string(power), p});
+  }
+  // Hybrid chains without a bulb take the other two estimates: with a box
+  // link, and folds only.
+  for (const auto& chain : {std::vector<FormulaSlot>{{2, -1.8}, {4, 2.6}}, {{3, 1.9}, {5, 1.8}}}) {
+    FractalParams p = defaultsForType("hybrid");
+    p.slots = chain;
+    cases.push_back({"hybrid chain " + std::to_string(chain[0].f) + std::to_string(chain[1].f), p});
   }
   return cases;
 }
