@@ -258,7 +258,7 @@ void shotStep(AppState& s, Run& run, double now) {
     if (o.dive > 0) return;
   }
   RenderStatus st = renderStatus(s.renderer);
-  bool converged = st.done && st.samples >= targetSampleCount(s) && !s.cameraWasMoving;
+  bool converged = st.converged && st.samples >= targetSampleCount(s) && !s.cameraWasMoving;
   if (!converged && now - run.start <= kShotTimeLimit) {
     reportShotProgress(run, st, now);
     return;

@@ -144,6 +144,7 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
 void resetAccumulation(Renderer& r) {
   r.samples = 0;
   r.rowCursor = 0;
+  r.movingSamples = false;
 }
 
 // [SECTION] Frame driver
@@ -283,12 +284,15 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   // the rows through the fractal below them, and one frame must never hold
   // the loop for long, whatever the record costs.
   // Where post-processing is slow (a large picture on a software renderer) a
-  // band as long as it keeps the frames at least half tracing, up to half a
-  // second; elsewhere the usual 35 ms. Nobody waits on an unattended run's
+  // band grows with it, so that frames stay at least half tracing, up to half
+  // a second; elsewhere the usual budget. Nobody waits on an unattended run's
   // loop: its bands may take seconds, which saves post passes.
-  const double bandMs = std::clamp(r.postMs, 35.0, in.unattended ? 4000.0 : 500.0);
-  r.bandHeight = std::min(bandRows(msPerRow * 35.0 / bandMs, v.height), std::max(kProbeRows, 2 * rows));
-  r.banding = needsBanding(msPerRow, v.height) || r.bandHeight < v.height;
+  const double stretch = std::clamp(r.postMs / 35.0, 1.0, (in.unattended ? 4000.0 : 500.0) / 35.0);
+  // The doubling counts from the band as planned: a sample's short last band
+  // says nothing against the next sample's first.
+  const int grown = 2 * std::max(rows, r.bandHeight);
+  r.bandHeight = std::min(bandRows(msPerRow, v.height, r.bandMs * stretch), std::max(kProbeRows, grown));
+  r.banding = needsBanding(msPerRow, v.height, r.bandingMs) || r.bandHeight < v.height;
   r.rowCursor += rows;
   if (r.rowCursor < v.height) return false;
   completeSample(r, in, moving);
@@ -316,11 +320,18 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   stepShift(r, in, dt);
   stepQuality(r, in);
   const bool moving = in.now < r.movingUntil;
+  // Samples traced while moving are fast ones (fewer shadow and occlusion
+  // taps, no photo light); the still picture starts over without them.
+  if (!moving && r.movingSamples) resetAccumulation(r);
+  r.moving = moving;
   const bool sizeChanged = stepRenderSize(r, in, moving, dt);
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
-  if (tracing) completed = traceStep(r, in, moving, sizeChanged);
+  if (tracing) {
+    completed = traceStep(r, in, moving, sizeChanged);
+    r.movingSamples = r.movingSamples || moving;
+  }
   r.lastFrameCompletedMoving = completed && moving;
   const double postStart = secondsNow();
   postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
@@ -340,6 +351,7 @@ RenderStatus renderStatus(const Renderer& r) {
   s.samples = r.samples;
   s.targetSamples = r.targetSamples;
   s.done = r.samples >= r.targetSamples;
+  s.converged = s.done && !r.moving;
   s.deep = r.deep;
   s.deepRefused = r.deepRefused;
   s.renderWidth = r.renderWidth;

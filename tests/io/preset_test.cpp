@@ -99,6 +99,17 @@ TEST(Preset, SlotsAndCamera) {
   EXPECT_EQ(cam.tx, 1);
   EXPECT_EQ(cam.yaw, 35);
   EXPECT_EQ(cam.dist, 4.2);  // the type's camera distance
+  // Every field a partial camera leaves out gets its documented default.
+  cam = read(R"({"v": 3, "type": "kifs", "cam": {"ty": 2}})");
+  EXPECT_EQ(std::vector<double>({cam.tx, cam.ty, cam.tz, cam.yaw, cam.pitch, cam.dist}),
+            std::vector<double>({0, 2, 0, 35, 22, defaultsForType("kifs").dist}));
+}
+
+// An escaped space is a space in either dialect, so the seed (and the
+// fractal made from it) is the one the other edition wrote.
+TEST(Preset, EscapedSpaceInASeedIsASpace) {
+  EXPECT_EQ(read(R"({"v": 3, "seed": "dark\u0020star"})").seed, "dark star");
+  EXPECT_EQ(read(R"({"seed": "dark\u0020star", "type": 3})"), generateFromSeed("dark star", "menger"));
 }
 
 TEST(Preset, WebDialect) {

@@ -71,6 +71,14 @@ TEST_F(Settings, LoadingAppliesWhatItCanRead) {
                         p, s, recent));
   EXPECT_EQ(recent, (std::vector<RecentSeed>{{"abc", "mandelbulb"}, {"", "kifs"}}));
 
+  // A hand-edited list longer than the recent list's cap keeps the newest 20.
+  std::string many = R"({"history": [)";
+  for (int i = 0; i < 25; ++i) many += (i ? "," : "") + std::string(R"({"seed": "s)") + std::to_string(i) + R"("})";
+  EXPECT_TRUE(loadState(file("many.json", many + "]}"), p, s, recent));
+  ASSERT_EQ(recent.size(), 20u);
+  EXPECT_EQ(recent.front().seed, "s0");
+  EXPECT_EQ(recent.back().seed, "s19");
+
   // A cut file applies nothing (the parse is whole-file); a preset that fails
   // stops loading before quality and history.
   const AppSettings before = s;
