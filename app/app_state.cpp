@@ -129,6 +129,8 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.deepForced = s.deepForced;
   in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
   in.targetSamples = targetSampleCount(s);
+  // Nobody watches a shot's loop: its bands may be long.
+  in.unattended = s.launchedWithOptions && !s.screensaverMode;
   in.settings = &s.settings;
   return in;
 }

@@ -5,11 +5,13 @@
 #include "io/files.h"
 #include "io/json.h"
 #include "io/preset.h"
+#include "model/ranges.h"
 #include "model/seed.h"
 
 #include <clocale>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <locale.h>
 #include <stdlib.h>
@@ -21,14 +23,10 @@ namespace {
 struct ArgCursor {
   const std::vector<std::string>& args;
   size_t index;
+  LaunchOptions& o;
 };
 
-// The argument after the current one, advancing past it; empty (and no
-// advance) when there is none, which then converts to 0.
-std::string nextArgument(ArgCursor& c) {
-  if (c.index + 1 >= c.args.size()) return {};
-  return c.args[++c.index];
-}
+void problem(ArgCursor& c, std::string line) { c.o.problems.push_back(std::move(line)); }
 
 std::string lowerAscii(std::string s) {
   for (char& ch : s)
@@ -36,18 +34,53 @@ std::string lowerAscii(std::string s) {
   return s;
 }
 
-// Decimal like atoi, but saturating instead of undefined on overflow.
-int32_t toInt(const std::string& text) {
-  long long v = std::strtoll(text.c_str(), nullptr, 10);
-  if (v > INT32_MAX) return INT32_MAX;
-  if (v < INT32_MIN) return INT32_MIN;
-  return static_cast<int32_t>(v);
+// The argument after the option, advancing past it. There is none when the
+// line ends or the next word is itself an option ("--shot --seed x" must not
+// write a file called "--seed").
+bool takeValue(ArgCursor& c, const std::string& option, std::string& value) {
+  if (c.index + 1 >= c.args.size() || c.args[c.index + 1].rfind("--", 0) == 0) {
+    problem(c, "у параметра " + option + " нет значения");
+    return false;
+  }
+  value = c.args[++c.index];
+  return true;
 }
 
-// strtod in the "C" locale: "--dist 0.5" means the same under any user locale.
-double toDouble(const std::string& text) {
+// A decimal number in the "C" locale, the whole text and nothing else: no
+// hex, no "nan" or "inf", no trailing letters.
+bool parseNumber(const std::string& text, double& out) {
   static locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
-  return strtod_l(text.c_str(), nullptr, cLocale);
+  if (text.empty() || text.find_first_not_of("0123456789+-.eE") != std::string::npos) return false;
+  char* end = nullptr;
+  out = strtod_l(text.c_str(), &end, cLocale);
+  return end == text.c_str() + text.size() && std::isfinite(out);
+}
+
+std::string rangeText(const ValueRange& r) {
+  char buf[96];
+  std::snprintf(buf, sizeof buf, "%s от %g до %g", r.whole ? "целое число" : "число", r.lo, r.hi);
+  return buf;
+}
+
+// A number option checked against its row of the range table.
+bool numberValue(ArgCursor& c, const std::string& option, const char* rangeKey, double& out) {
+  std::string text;
+  if (!takeValue(c, option, text)) return false;
+  const ValueRange& range = *findRange(rangeKey);
+  double v = 0;
+  if (!parseNumber(text, v) || !inRange(v, range)) {
+    problem(c, "неверное значение " + option + ": \"" + text + "\" (нужно " + rangeText(range) + ")");
+    return false;
+  }
+  out = v;
+  return true;
+}
+
+bool intValue(ArgCursor& c, const std::string& option, const char* rangeKey, int32_t& out) {
+  double v = 0;
+  if (!numberValue(c, option, rangeKey, v)) return false;
+  out = static_cast<int32_t>(v);
+  return true;
 }
 
 bool parsePositive(const std::string& digits, int& out) {
@@ -65,6 +98,21 @@ bool parseSize(const std::string& text, int& width, int& height) {
   size_t x = lowerAscii(text).find('x');
   if (x == std::string::npos) return false;
   return parsePositive(text.substr(0, x), width) && parsePositive(text.substr(x + 1), height);
+}
+
+void sizeValue(ArgCursor& c, const std::string& option) {
+  std::string value;
+  if (!takeValue(c, option, value)) return;
+  if (!parseSize(value, c.o.width, c.o.height)) {
+    c.o.width = c.o.height = 0;
+    problem(c, "неверный размер окна: \"" + value + "\" (нужно ШxВ, например 1280x720)");
+  }
+}
+
+// A text value; the seed is mended to UTF-8, since it travels into files.
+void textValue(ArgCursor& c, const std::string& option, std::string& out) {
+  std::string value;
+  if (takeValue(c, option, value)) out = repairUtf8(value);
 }
 
 // [SECTION] Switches
@@ -85,25 +133,30 @@ bool isScreenSaverSwitch(const std::string& lower) {
   return lower == "/s" || lower == "-s" || startsWithSwitch(lower, 'p') || startsWithSwitch(lower, 'c');
 }
 
-// Options that take a value; true when `lower` was one of them.
+void shotValue(ArgCursor& c, const std::string& option) {
+  c.o.shotAsked = true;
+  std::string value;
+  if (!takeValue(c, option, value)) return;
+  if (value.empty()) problem(c, "у параметра " + option + " пустой путь");
+  c.o.shot = value;
+}
+
+// Options that take a value; true when `lower` was one of them. A value that
+// fails its check leaves the option's default and a problem line.
 bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) {
-  if (lower == "--shot") o.shot = nextArgument(c);
-  else if (lower == "--seed") o.seed = nextArgument(c);
-  else if (lower == "--type") o.type = nextArgument(c);
-  else if (lower == "--tab") o.tab = toInt(nextArgument(c));
-  else if (lower == "--dist") o.dist = toDouble(nextArgument(c));
-  else if (lower == "--samples") o.samples = toInt(nextArgument(c));
-  else if (lower == "--dive") o.dive = toDouble(nextArgument(c));
-  else if (lower == "--dive-speed") o.diveSpeed = toDouble(nextArgument(c));
-  else if (lower == "--dive-until") o.diveUntil = toDouble(nextArgument(c));
-  else if (lower == "-window-id" || lower == "--window-id") o.windowId = nextArgument(c);
-  else if (lower == "--size") {
-    std::string value = nextArgument(c);
-    if (!parseSize(value, o.width, o.height)) {
-      o.width = o.height = 0;
-      o.error = "неверный размер окна: \"" + value + "\" (нужно ШxВ, например 1280x720)";
-    }
-  } else return false;
+  const std::string& name = c.args[c.index];
+  if (lower == "--shot") shotValue(c, name);
+  else if (lower == "--seed") textValue(c, name, o.seed);
+  else if (lower == "--type") textValue(c, name, o.type);
+  else if (lower == "--tab") intValue(c, name, "tab", o.tab);
+  else if (lower == "--dist") numberValue(c, name, "dist", o.dist);
+  else if (lower == "--samples") intValue(c, name, "samples", o.samples);
+  else if (lower == "--dive") numberValue(c, name, "dive", o.dive);
+  else if (lower == "--dive-speed") numberValue(c, name, "diveSpeed", o.diveSpeed);
+  else if (lower == "--dive-until") numberValue(c, name, "diveUntil", o.diveUntil);
+  else if (lower == "-window-id" || lower == "--window-id") textValue(c, name, o.windowId);
+  else if (lower == "--size") sizeValue(c, name);
+  else return false;
   return true;
 }
 
@@ -129,17 +182,24 @@ void parseScreenSaverSwitch(const std::string& lower, LaunchOptions& o) {
 
 LaunchOptions parseCommandLine(const std::vector<std::string>& args) {
   LaunchOptions o;
-  ArgCursor c{args, 1};
+  ArgCursor c{args, 1, o};
   for (; c.index < args.size(); ++c.index) {
     const std::string& arg = args[c.index];
     std::string lower = lowerAscii(arg);
     if (isScreenSaverSwitch(lower)) parseScreenSaverSwitch(lower, o);
     else if (parseValueOption(lower, c, o) || parseFlag(lower, o)) continue;
-    else if (!arg.empty() && arg[0] != '-' && o.file.empty()) o.file = arg;
-    // Anything else is ignored, as the classic program did.
+    else if (!arg.empty() && arg[0] == '-') problem(c, "неизвестный параметр: " + arg);
+    else if (o.file.empty()) o.file = arg;
+    else problem(c, "лишний аргумент: " + arg + " (файл уже задан: " + o.file + ")");
   }
+  // A script that asked for a file must not get a different one; an
+  // interactive start (a screen-saver host may pass switches of its own)
+  // only warns.
+  if (!o.problems.empty() && isUnattended(o)) o.error = o.problems.front();
   return o;
 }
+
+bool isUnattended(const LaunchOptions& o) { return o.shotAsked || o.printPreset || o.inputTest; }
 
 // [SECTION] Texts and --print-preset
 

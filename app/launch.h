@@ -31,11 +31,20 @@ struct LaunchOptions {
   bool headless = false;     // --headless
   bool help = false;         // --help
   bool version = false;      // --version
-  std::string error;         // a malformed value, e.g. "--size abc"
+  bool shotAsked = false;    // --shot given at all, even without a usable path
+  // One Russian line per option that could not be taken (unknown, missing
+  // or malformed value, out of range); the option keeps its default.
+  std::vector<std::string> problems;
+  // The first problem when the run is unattended (shot, print, self-test):
+  // such a run stops with it as a usage error instead of guessing.
+  std::string error;
 };
 
-// argv[0] is skipped. Matching is case-blind; values are taken as they stand.
+// argv[0] is skipped. Matching is case-blind; values are taken as they stand
+// and numbers are checked against the range table.
 LaunchOptions parseCommandLine(const std::vector<std::string>& args);
+// A shot, --print-preset or the self-test: nobody is there to see a warning.
+bool isUnattended(const LaunchOptions& o);
 std::string usageText();
 std::string versionText();
 // --print-preset: writes the preset (indent 2) to `out`, or an error line to

@@ -59,10 +59,11 @@ struct Run {
 bool answerWithoutWindow(const LaunchOptions& o, int& status) {
   status = 0;
   if (!o.error.empty()) {
-    std::fprintf(stderr, "%s\n%s", o.error.c_str(), usageText().c_str());
+    std::fprintf(stderr, "%s\n", o.error.c_str());
     status = 2;
     return true;
   }
+  for (const std::string& line : o.problems) std::fprintf(stderr, "предупреждение: %s\n", line.c_str());
   if (o.help) std::fputs(usageText().c_str(), stdout);
   else if (o.version) std::printf("%s\n", versionText().c_str());
   else if (o.printPreset) {
@@ -221,7 +222,7 @@ void shotStep(AppState& s, Run& run, double now) {
     if (o.dive > 0) return;
   }
   RenderStatus st = renderStatus(s.renderer);
-  bool converged = st.done && st.samples >= targetSampleCount(s) && !s.cameraWasMoving;
+  bool converged = st.converged && st.samples >= targetSampleCount(s) && !s.cameraWasMoving;
   if (!converged && now - run.start <= kShotTimeLimit) {
     reportShotProgress(run, st, now);
     return;
@@ -270,15 +271,16 @@ void runLoop(AppState& s, Run& run) {
 
 int runProgram(Run& run) {
   std::string error;
-  if (!run.opts.shot.empty() && !shotFolderWritable(run.opts.shot)) {
-    std::fprintf(stderr, "не удалось записать %s\n", run.opts.shot.c_str());
+  if (!run.opts.shot.empty() && !shotInputsUsable(run.opts, error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
   run.hostWindow = hostWindowId(run.opts);
   platform::Window* window = openWindow(run.opts, run.hostWindow, error);
   if (!window) {
     std::fprintf(stderr, "%s\n", error.c_str());
-    platform::messageBox(nullptr, kAppTitle, kMsgNeedGl43, true);
+    if (error.rfind(platform::kErrorFrameTooLarge, 0) != 0)
+      platform::messageBox(nullptr, kAppTitle, kMsgNeedGl43, true);
     return 1;
   }
   auto s = std::make_unique<AppState>();
@@ -314,8 +316,9 @@ int runProgram(Run& run) {
   runLoop(*s, run);
 
   bool save = run.opts.shot.empty() && !run.opts.inputTest && !s->screensaverMode && !s->launchedWithOptions;
-  if (save && !run.statePath.empty())
-    saveState(run.statePath, liveParams(*s), s->settings, s->history.recent);
+  if (save && !run.statePath.empty() &&
+      !saveState(run.statePath, liveParams(*s), s->settings, s->history.recent, &error))
+    std::fprintf(stderr, "%s\n", fileProblem("Не удалось сохранить настройки", run.statePath, error).c_str());
   destroyInterface();
   destroyRenderer(s->renderer);
   platform::destroyWindow(window);

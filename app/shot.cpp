@@ -6,8 +6,6 @@
 #include "platform/platform.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 
 std::string shotReport(const std::string& gpu, const std::string& error, bool converged, double dist) {
   char d[32];
@@ -22,25 +20,26 @@ bool takeShot(AppState& s, const std::string& path, bool converged, std::string&
   readWindowPixels(s.renderer, platform::defaultFramebuffer(s.window), w, h, pixels);
 
   FractalParams live = liveParams(s);
-  std::string png;
+  std::string png, reason;
   bool ok = platform::encodePngPixels(pixels.data(), w, h, png) && splicePresetChunk(png, presetText(live, 0));
   if (!ok) problem = "не удалось закодировать PNG";
-  else if (!(ok = writeFileAtomic(path, png))) problem = "не удалось записать " + path;
+  else if (!(ok = writeFileAtomic(path, png, &reason))) problem = fileProblem(kMsgCannotWrite, path, reason);
   std::string report = shotReport(s.renderer.gpu, s.renderer.errorText, converged, live.dist);
-  if (!writeFileAtomic(path + ".log", report)) {
-    problem += (problem.empty() ? "" : "; ") + std::string("не удалось записать ") + path + ".log";
+  if (!writeFileAtomic(path + ".log", report, &reason)) {
+    problem += (problem.empty() ? "" : "; ") + fileProblem(kMsgCannotWrite, path + ".log", reason);
     ok = false;
   }
   return ok;
 }
 
-bool shotFolderWritable(const std::string& path) {
-  namespace fs = std::filesystem;
-  fs::path folder = fs::path(path).parent_path();
-  if (folder.empty()) folder = ".";
-  const fs::path probe = folder / ".quorvantelix-write-test";
-  if (!writeFileAtomic(probe.string(), "")) return false;
-  std::error_code ignored;
-  fs::remove(probe, ignored);
-  return true;
+bool shotInputsUsable(const LaunchOptions& o, std::string& problem) {
+  std::string reason;
+  for (const std::string& target : {o.shot, o.shot + ".log"}) {
+    if (!canWriteFile(target, reason)) {
+      problem = fileProblem(kMsgCannotWrite, target, reason);
+      return false;
+    }
+  }
+  FractalParams ignored;
+  return o.file.empty() || loadPresetFile(o.file, ignored, problem);
 }

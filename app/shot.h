@@ -9,9 +9,10 @@
 // "<gpu>\nerror: <error>\nconverged: yes|timeout\ndist: %.3e\n"
 std::string shotReport(const std::string& gpu, const std::string& error, bool converged, double dist);
 
-// Whether files can be created in the folder of `path`: checked before a long
-// render starts, so that minutes of work are not lost to a mistyped folder.
-bool shotFolderWritable(const std::string& path);
+// Checked before a long render starts, so that minutes of work are not lost
+// and no picture is made of something else: the picture and its report can
+// be written, and the file to render (if any) loads. `problem` says why not.
+bool shotInputsUsable(const LaunchOptions& o, std::string& problem);
 
 // Reads the window back, writes `path` and `path`.log. Returns false when a
 // file could not be written; `problem` then says which.

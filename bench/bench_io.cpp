@@ -44,4 +44,18 @@ void BM_ScanPng(benchmark::State& state) {
 }
 BENCHMARK(BM_ScanPng);
 
+// An object of N distinct keys, the last one repeated: the time per key must
+// stay flat from 1 to a million (a scan per member made it grow with N).
+void BM_ParseManyKeys(benchmark::State& state) {
+  const int64_t n = state.range(0);
+  std::string text = "{";
+  for (int64_t i = 0; i < n; ++i) text += "\"key" + std::to_string(i) + "\": " + std::to_string(i) + ",";
+  text += "\"key" + std::to_string(n - 1) + "\": -1}";
+  for (auto _ : state) benchmark::DoNotOptimize(parseJson(text));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+  state.counters["ns_per_key"] =
+      benchmark::Counter(double(n), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_ParseManyKeys)->Arg(1)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
 }  // namespace

@@ -5,101 +5,69 @@
 #include "io/png_chunk.h"
 #include "io/preset.h"
 
-#include <cstdio>
+#include "io/os_files.h"
+
 #include <cwchar>
 #include <cwctype>
 #include <exception>
-#include <filesystem>
 #include <locale.h>
-#include <random>
-#include <system_error>
 #include <wctype.h>
-
-#if defined(__unix__) || defined(__APPLE__)
-#include <unistd.h>
-#endif
 
 // [SECTION] Whole files
 
-namespace {
-
-std::filesystem::path toPath(const std::string& utf8) {
-  return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+bool readFileLimited(const std::string& path, size_t limit, std::string& out, std::string& reason) {
+  return osReadRegularFile(path, limit, out, reason);
 }
-
-std::FILE* openFile(const std::filesystem::path& path, const char* mode) {
-#ifdef _WIN32
-  std::wstring wmode(mode, mode + std::char_traits<char>::length(mode));
-  return _wfopen(path.c_str(), wmode.c_str());
-#else
-  return std::fopen(path.c_str(), mode);
-#endif
-}
-
-// Flushes the data to the disk as well as to the C library, so that the
-// rename that follows never publishes a file whose bytes are still in flight.
-bool flushToDisk(std::FILE* f) {
-  if (std::fflush(f) != 0) return false;
-#if defined(__unix__) || defined(__APPLE__)
-  if (fsync(fileno(f)) != 0) return false;
-#endif
-  return true;
-}
-
-// A fresh name next to the target, so the final rename stays on one file system.
-std::FILE* createTempNextTo(const std::string& path, std::filesystem::path& tempPath) {
-  static std::mt19937 rng{std::random_device{}()};
-  for (int attempt = 0; attempt < 16; ++attempt) {
-    char suffix[24];
-    std::snprintf(suffix, sizeof suffix, ".tmp%08x", static_cast<unsigned>(rng()));
-    tempPath = toPath(path + suffix);
-    if (std::FILE* f = openFile(tempPath, "wbx")) return f;  // "x": never reuse a file
-  }
-  return nullptr;
-}
-
-}  // namespace
 
 bool readWholeFile(const std::string& path, std::string& out) {
-  std::FILE* f = openFile(toPath(path), "rb");
-  if (!f) return false;
-  std::string bytes;
-  char buf[65536];
-  size_t n;
-  while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) bytes.append(buf, n);
-  bool ok = !std::ferror(f);
-  std::fclose(f);
-  if (ok) out = std::move(bytes);
+  std::string reason;
+  return osReadRegularFile(path, kPngFileLimit, out, reason);
+}
+
+bool writeFileAtomic(const std::string& path, std::string_view bytes, std::string* reason) {
+  std::string why;
+  bool ok = osWriteReplacing(path, bytes, why);
+  if (reason) *reason = why;
   return ok;
 }
 
-bool writeFileAtomic(const std::string& path, std::string_view bytes) {
-  std::filesystem::path temp;
-  std::FILE* f = createTempNextTo(path, temp);
-  if (!f) return false;
-  bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-  ok = flushToDisk(f) && ok;
-  ok = std::fclose(f) == 0 && ok;
-  std::error_code ec;
-  if (ok) {
-    std::filesystem::rename(temp, toPath(path), ec);
-    ok = !ec;
-  }
-  if (!ok) std::filesystem::remove(temp, ec);
-  return ok;
+bool canWriteFile(const std::string& path, std::string& reason) {
+  std::string resolved;
+  return osCheckWritable(path, resolved, reason);
+}
+
+std::string fileProblem(const char* lead, const std::string& path, const std::string& reason) {
+  return std::string(lead) + " «" + path + "»: " + reason;
 }
 
 // [SECTION] Presets in files
 
+namespace {
+
+bool looksLikePng(std::string_view bytes) {
+  return !bytes.empty() && static_cast<unsigned char>(bytes[0]) == 0x89 && bytes.substr(1, 3) == "PNG";
+}
+
+// The preset text of a PNG, or false with the message.
+bool presetTextOfPng(std::string_view bytes, std::string& text, std::string& message) {
+  switch (findPresetInPng(bytes, text)) {
+    case PngPreset::Found: return true;
+    case PngPreset::Missing: message = kMsgNoPresetInPng; break;
+    case PngPreset::Damaged:
+      message = std::string(kMsgCannotOpen) + kMsgDamagedPng + " (параметры не сходятся с контрольной суммой)";
+      break;
+    case PngPreset::Truncated: message = std::string(kMsgCannotOpen) + kMsgDamagedPng + " (файл обрезан)"; break;
+  }
+  return false;
+}
+
+}  // namespace
+
 bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& message) {
   std::string_view text = bytes;
   std::string fromPng;
-  if (bytes.size() >= 9 && static_cast<unsigned char>(bytes[0]) == 0x89) {
-    fromPng = presetTextFromPng(bytes);
-    if (fromPng.empty()) {
-      message = kMsgNoPresetInPng;
-      return false;
-    }
+  if (looksLikePng(bytes)) {
+    if (!presetTextOfPng(bytes, fromPng, message)) return false;
     text = fromPng;
   }
   try {
@@ -112,16 +80,22 @@ bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& 
 }
 
 bool loadPresetFile(const std::string& path, FractalParams& out, std::string& message) {
-  std::string bytes;
-  if (!readWholeFile(path, bytes)) {
-    message = kMsgCannotRead;
+  std::string bytes, reason;
+  if (!readFileLimited(path, kPngFileLimit, bytes, reason)) {
+    message = fileProblem(kMsgCannotRead, path, reason);
     return false;
   }
-  return decodePresetBytes(bytes, out, message);
+  if (!looksLikePng(bytes) && bytes.size() > kTextFileLimit) {
+    message = fileProblem(kMsgCannotRead, path, "файл слишком большой для пресета (больше 4 МБ)");
+    return false;
+  }
+  if (decodePresetBytes(bytes, out, message)) return true;
+  message += " («" + path + "»)";
+  return false;
 }
 
-bool savePresetFile(const std::string& path, const FractalParams& p) {
-  return writeFileAtomic(path, presetText(p, 2));
+bool savePresetFile(const std::string& path, const FractalParams& p, std::string* reason) {
+  return writeFileAtomic(path, presetText(p, 2), reason);
 }
 
 // [SECTION] Safe file names

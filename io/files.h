@@ -7,27 +7,42 @@
 #include <string>
 #include <string_view>
 
+// What a file may weigh: presets and settings are a few kilobytes; a PNG
+// must hold an 8K picture even when it hardly compresses.
+inline constexpr size_t kTextFileLimit = size_t(4) << 20;
+inline constexpr size_t kPngFileLimit = size_t(256) << 20;
+
+// Reads a regular file of at most `limit` bytes. On failure `reason` says why
+// in Russian ("нет доступа", "это не обычный файл", ...).
+bool readFileLimited(const std::string& path, size_t limit, std::string& out, std::string& reason);
 bool readWholeFile(const std::string& path, std::string& out);
-// Writes to a temporary file in the same folder, then renames it over `path`,
-// so a crash or a full disk never leaves a truncated file.
-bool writeFileAtomic(const std::string& path, std::string_view bytes);
+// Writes the whole file or nothing: a reader sees the old or the new content,
+// never a part (see io/os_files.h for what is refused and what is kept).
+bool writeFileAtomic(const std::string& path, std::string_view bytes, std::string* reason = nullptr);
+// Whether `path` could be written, checked before work that would be lost.
+bool canWriteFile(const std::string& path, std::string& reason);
+// "<lead> «<path>»: <reason>", the one shape of every file message.
+std::string fileProblem(const char* lead, const std::string& path, const std::string& reason);
 
 // Toast texts of the file flows.
 inline constexpr const char* kMsgPresetSaved = "Пресет сохранён";
 inline constexpr const char* kMsgPresetNotSaved = "Не удалось сохранить пресет";
 inline constexpr const char* kMsgCannotRead = "Не удалось прочитать файл";
+inline constexpr const char* kMsgCannotWrite = "Не удалось записать файл";
+inline constexpr const char* kMsgDamagedPng = "повреждённый PNG";
 inline constexpr const char* kMsgNoPresetInPng = "В этом PNG нет параметров Quorvan Telix";
 inline constexpr const char* kMsgCannotOpen = "Не удалось открыть: ";
 inline constexpr const char* kMsgLoaded = "Загружено: ";
 
-// Decodes a preset file's bytes: a PNG when it has at least 9 bytes and begins
-// with 0x89, else JSON; either dialect. On failure returns false and sets
-// `message` to the text to show.
+// Decodes a preset file's bytes: a PNG when it begins with 0x89 and "PNG",
+// else JSON; either dialect; every number brought into its safe range. On
+// failure returns false and sets `message` to the text to show.
 bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& message);
-// Reads and decodes a file without touching anything else.
+// Reads and decodes a file without touching anything else. The message names
+// the file.
 bool loadPresetFile(const std::string& path, FractalParams& out, std::string& message);
 // Writes the desktop preset (indent 2) atomically.
-bool savePresetFile(const std::string& path, const FractalParams& p);
+bool savePresetFile(const std::string& path, const FractalParams& p, std::string* reason = nullptr);
 
 // "fractal_" + safe name of the seed + ".json".
 std::string proposedPresetName(const std::string& seed);

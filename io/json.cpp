@@ -1,5 +1,11 @@
 // The JSON value tree: a recursive-descent reader over bytes and a printer
 // whose layout the preset, PNG and settings files depend on.
+//
+// Index
+//   [SECTION] UTF-8                  what counts as well-formed, and the repair
+//   [SECTION] Construction and lookup
+//   [SECTION] Reader                 with the key index of big objects
+//   [SECTION] Writer
 #include "io/json.h"
 
 #include <charconv>
@@ -9,6 +15,53 @@
 #include <locale.h>
 #include <stdexcept>
 #include <stdlib.h>
+#include <unordered_map>
+
+// [SECTION] UTF-8
+
+namespace {
+
+// Length of the well-formed sequence at `i` (surrogates allowed), or 0.
+size_t utf8Length(std::string_view s, size_t i) {
+  const unsigned char c = static_cast<unsigned char>(s[i]);
+  if (c < 0x80) return 1;
+  const size_t extra = c >= 0xC2 && c <= 0xDF ? 1 : (c & 0xF0) == 0xE0 ? 2 : c >= 0xF0 && c <= 0xF4 ? 3 : 0;
+  if (extra == 0 || i + extra >= s.size()) return 0;
+  for (size_t k = 1; k <= extra; ++k)
+    if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return 0;
+  const unsigned char c1 = static_cast<unsigned char>(s[i + 1]);
+  if (c == 0xE0 && c1 < 0xA0) return 0;  // overlong
+  if (c == 0xF0 && c1 < 0x90) return 0;  // overlong
+  if (c == 0xF4 && c1 > 0x8F) return 0;  // beyond U+10FFFF
+  return extra + 1;
+}
+
+}  // namespace
+
+std::string repairUtf8(std::string_view bytes) {
+  std::string out;
+  out.reserve(bytes.size());
+  for (size_t i = 0; i < bytes.size();) {
+    size_t n = utf8Length(bytes, i);
+    if (n == 0) {
+      out += "\xEF\xBF\xBD";
+      ++i;
+    } else {
+      out.append(bytes, i, n);
+      i += n;
+    }
+  }
+  return out;
+}
+
+bool isRepairedUtf8(std::string_view bytes) {
+  for (size_t i = 0; i < bytes.size();) {
+    size_t n = utf8Length(bytes, i);
+    if (n == 0) return false;
+    i += n;
+  }
+  return true;
+}
 
 // [SECTION] Construction and lookup
 
@@ -165,13 +218,33 @@ void readUnicodeEscape(Reader& r, std::string& out) {
   out += 'u';
 }
 
+// A byte at or above 0x80: its whole sequence, or U+FFFD for the byte alone.
+void appendRawUtf8(Reader& r, std::string& out) {
+  const size_t n = utf8Length(r.s, r.pos);
+  if (n == 0) {
+    out += "\xEF\xBF\xBD";
+    ++r.pos;
+    return;
+  }
+  out.append(r.s, r.pos, n);
+  r.pos += n;
+}
+
 // Called on the opening quote. An unterminated string ends with the input.
 std::string readString(Reader& r) {
   std::string out;
   ++r.pos;
   while (!atEnd(r)) {
-    char c = r.s[r.pos++];
-    if (c == '"') return out;
+    char c = r.s[r.pos];
+    if (c == '"') {
+      ++r.pos;
+      return out;
+    }
+    if (static_cast<unsigned char>(c) >= 0x80) {
+      appendRawUtf8(r, out);
+      continue;
+    }
+    ++r.pos;
     if (c != '\\') {
       out += c;
       continue;
@@ -197,6 +270,30 @@ void enterContainer(Reader& r) {
   if (++r.depth > kJsonMaxDepth) fail("слишком глубокая вложенность JSON");
 }
 
+// Where each key of an object being read sits, so that a repeated key is
+// found in constant time: a scan per member made big objects quadratic. Small
+// objects (every preset) scan, which is faster than hashing there.
+struct KeyIndex {
+  static constexpr size_t kScanLimit = 16;
+  std::unordered_map<std::string, size_t> positions;
+};
+
+void addMember(JsonValue& obj, KeyIndex& index, std::string key, JsonValue value) {
+  auto& members = obj.members;
+  if (members.size() < KeyIndex::kScanLimit) {
+    set(obj, key, std::move(value));
+    return;
+  }
+  if (index.positions.empty())
+    for (size_t i = 0; i < members.size(); ++i) index.positions.emplace(members[i].first, i);
+  auto [it, added] = index.positions.emplace(key, members.size());
+  if (!added) {
+    members[it->second].second = std::move(value);
+    return;
+  }
+  members.emplace_back(std::move(key), std::move(value));
+}
+
 JsonValue readObject(Reader& r) {
   enterContainer(r);
   ++r.pos;
@@ -206,12 +303,13 @@ JsonValue readObject(Reader& r) {
     --r.depth;
     return obj;
   }
+  KeyIndex index;
   for (;;) {
     if (peekToken(r) != '"') fail("ожидалась строка");
     std::string key = readString(r);
     if (peekToken(r) != ':') fail("ожидалось ':'");
     ++r.pos;
-    set(obj, key, readValue(r));
+    addMember(obj, index, std::move(key), readValue(r));
     char c = peekToken(r);
     ++r.pos;
     if (c == '}') break;
@@ -264,6 +362,8 @@ JsonValue readValue(Reader& r) {
 }  // namespace
 
 JsonValue parseJson(std::string_view text) {
+  // A byte-order mark is what some editors put before UTF-8 text.
+  if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
   Reader r{text};
   JsonValue root = readValue(r);
   skipSpace(r);
@@ -291,7 +391,11 @@ void writeNumber(std::string& out, double x) {
   out.append(buf, res.ptr);
 }
 
-void writeString(std::string& out, const std::string& s) {
+void writeString(std::string& out, const std::string& text) {
+  // What the reader would repair is repaired here too: a record built in
+  // memory (a seed typed on the command line) never writes bad UTF-8.
+  std::string repaired;
+  const std::string& s = isRepairedUtf8(text) ? text : (repaired = repairUtf8(text));
   out += '"';
   for (char ch : s) {
     unsigned char c = static_cast<unsigned char>(ch);

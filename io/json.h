@@ -1,6 +1,9 @@
 // A small JSON value tree: objects keep insertion order, numbers are doubles,
 // strings are UTF-8 bytes. Parse errors throw std::runtime_error with a short
-// Russian message that the file flows show to the user.
+// Russian message that the file flows show to the user. Reading takes time in
+// proportion to the text, whatever the number of keys; a leading byte-order
+// mark is skipped, and bytes that are not UTF-8 are read (and written) as
+// U+FFFD, so no file or PNG chunk the program writes carries them.
 #pragma once
 
 #include <string>
@@ -36,6 +39,12 @@ struct JsonValue {
 };
 
 inline constexpr int kJsonMaxDepth = 512;
+
+// The bytes with every sequence that is not UTF-8 replaced by U+FFFD, one
+// replacement per bad byte. Encoded surrogate halves count as valid: the
+// reader itself makes them from "\u" escapes, and they must round-trip.
+std::string repairUtf8(std::string_view bytes);
+bool isRepairedUtf8(std::string_view bytes);
 
 // Replaces an existing member in place or appends a new one.
 void set(JsonValue& object, const std::string& key, JsonValue value);

@@ -78,20 +78,29 @@ bool splicePresetChunk(std::string& png, std::string_view presetText) {
   return true;
 }
 
-std::string presetTextFromPng(std::string_view bytes) {
+PngPreset findPresetInPng(std::string_view bytes, std::string& text) {
   const uint64_t size = bytes.size();
-  if (size < 8 || bytes.substr(1, 3) != "PNG") return {};
-  if (size < 20) return {};
+  if (size < 4 || bytes.substr(1, 3) != "PNG") return PngPreset::Missing;
   uint64_t offset = 8;
   for (;;) {
+    if (offset + 12 > size) return PngPreset::Truncated;
     const uint64_t length = readBigEndian(bytes, offset);
     std::string_view type = bytes.substr(offset + 4, 4);
-    if (type == "iTXt" && offset + 8 + length <= size) {
-      std::string text;
-      if (textFromChunkData(bytes.substr(offset + 8, length), text)) return text;
+    if (type == "IEND") return PngPreset::Missing;
+    if (offset + 12 + length > size) return PngPreset::Truncated;
+    if (type == "iTXt" && textFromChunkData(bytes.substr(offset + 8, length), text)) {
+      auto typeAndData = reinterpret_cast<const uint8_t*>(bytes.data() + offset + 4);
+      if (crc32(typeAndData, length + 4) != readBigEndian(bytes, offset + 8 + length)) {
+        text.clear();
+        return PngPreset::Damaged;
+      }
+      return PngPreset::Found;
     }
-    if (type == "IEND") return {};
-    if (offset + length + 12 + 12 > size) return {};
     offset += length + 12;
   }
+}
+
+std::string presetTextFromPng(std::string_view bytes) {
+  std::string text;
+  return findPresetInPng(bytes, text) == PngPreset::Found ? text : std::string();
 }

@@ -3,6 +3,7 @@
 #include "io/preset.h"
 
 #include "model/names.h"
+#include "model/ranges.h"
 #include "model/seed.h"
 #include "model/tables.h"
 
@@ -192,5 +193,7 @@ bool isDesktopDocument(const JsonValue& root) {
 
 FractalParams presetFromJson(const JsonValue& root) {
   if (!root.isObject()) throw std::runtime_error("неверный формат пресета");
-  return isDesktopDocument(root) ? desktopFromJson(root) : webFromJson(root);
+  FractalParams p = isDesktopDocument(root) ? desktopFromJson(root) : webFromJson(root);
+  makeParamsSafe(p);
+  return p;
 }

@@ -4,6 +4,7 @@
 #include "io/files.h"
 #include "io/json.h"
 #include "io/preset.h"
+#include "model/ranges.h"
 
 #include <cmath>
 #include <cstdint>
@@ -44,12 +45,19 @@ int32_t truncateToInt(double x) {
   return static_cast<int32_t>(x);
 }
 
+// A number from the file, brought into the member's range; one that is not
+// finite leaves the member as it was.
+void applyQualityNumber(const QualityMember& m, double x, AppSettings& s) {
+  const ValueRange& range = *findRange(m.key);
+  if (m.asDouble) s.*m.asDouble = safeValue(x, range, s.*m.asDouble);
+  if (m.asInt) s.*m.asInt = truncateToInt(safeValue(x, range, s.*m.asInt));
+}
+
 void applyQuality(const JsonValue& quality, AppSettings& s) {
   for (const QualityMember& m : kQuality) {
     const JsonValue* v = find(quality, m.key);
     if (!v) continue;
-    if (m.asDouble && v->isNumber()) s.*m.asDouble = v->number;
-    if (m.asInt && v->isNumber()) s.*m.asInt = truncateToInt(v->number);
+    if ((m.asDouble || m.asInt) && v->isNumber()) applyQualityNumber(m, v->number, s);
     if (m.asBool && v->isBool()) s.*m.asBool = v->boolean;
   }
 }
@@ -89,8 +97,8 @@ JsonValue historyToJson(const std::vector<RecentSeed>& recent) {
 
 bool loadState(const std::string& path, FractalParams& current, AppSettings& settings,
                std::vector<RecentSeed>& recent) {
-  std::string bytes;
-  if (!readWholeFile(path, bytes)) return false;
+  std::string bytes, reason;
+  if (!readFileLimited(path, kTextFileLimit, bytes, reason)) return false;
   try {
     JsonValue root = parseJson(bytes);
     if (!root.isObject()) return false;
@@ -113,6 +121,6 @@ std::string stateText(const FractalParams& current, const AppSettings& settings,
 }
 
 bool saveState(const std::string& path, const FractalParams& current, const AppSettings& settings,
-               const std::vector<RecentSeed>& recent) {
-  return writeFileAtomic(path, stateText(current, settings, recent));
+               const std::vector<RecentSeed>& recent, std::string* reason) {
+  return writeFileAtomic(path, stateText(current, settings, recent), reason);
 }

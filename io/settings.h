@@ -36,6 +36,7 @@ bool loadState(const std::string& path, FractalParams& current, AppSettings& set
                std::vector<RecentSeed>& recent);
 std::string stateText(const FractalParams& current, const AppSettings& settings,
                       const std::vector<RecentSeed>& recent);
-// Writes atomically (temporary file + rename). Returns success; callers stay silent.
+// Writes atomically (temporary file + rename). Returns success; `reason`
+// says why not.
 bool saveState(const std::string& path, const FractalParams& current, const AppSettings& settings,
-               const std::vector<RecentSeed>& recent);
+               const std::vector<RecentSeed>& recent, std::string* reason = nullptr);

@@ -37,8 +37,11 @@ struct Window;  // opaque
 
 // Creates the window (or headless context) with a current OpenGL 4.3 core
 // context. With no display available a Normal request falls back to Headless.
-// Returns nullptr and fills `error` on failure.
+// Returns nullptr and fills `error` on failure. A headless size beyond what
+// the GPU can draw fails with an error that begins with kErrorFrameTooLarge
+// and says the limit: the context is fine, so no driver advice follows.
 Window* createWindow(const WindowDesc& desc, std::string& error);
+inline constexpr const char* kErrorFrameTooLarge = "размер кадра больше, чем позволяет видеокарта";
 void destroyWindow(Window* w);
 
 bool isHeadless(const Window* w);

@@ -24,6 +24,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -50,6 +51,7 @@ struct PlatformGl {
   PFNGLBINDRENDERBUFFERPROC bindRenderbuffer = nullptr;
   PFNGLRENDERBUFFERSTORAGEPROC renderbufferStorage = nullptr;
   PFNGLFINISHPROC finish = nullptr;
+  PFNGLGETINTEGERVPROC getIntegerv = nullptr;
 };
 
 }  // namespace
@@ -124,7 +126,7 @@ bool loadPlatformGl(PlatformGl& gl) {
          loadGl(gl.deleteRenderbuffers, "glDeleteRenderbuffers") &&
          loadGl(gl.bindRenderbuffer, "glBindRenderbuffer") &&
          loadGl(gl.renderbufferStorage, "glRenderbufferStorage") &&
-         loadGl(gl.finish, "glFinish");
+         loadGl(gl.finish, "glFinish") && loadGl(gl.getIntegerv, "glGetIntegerv");
 }
 
 // [SECTION] Headless stand-in framebuffer
@@ -137,8 +139,21 @@ void releaseStandIn(Window& w) {
 
 // An RGBA8 renderbuffer behind an FBO plays the window's back buffer, so the
 // renderer's composite and the shot's readback work the same with no display.
+// The largest frame the GPU can draw: its renderbuffer and viewport limits.
+bool fitsGpuLimits(Window& w, std::string& error) {
+  GLint side = 0, viewport[2] = {0, 0};
+  w.gl.getIntegerv(GL_MAX_RENDERBUFFER_SIZE, &side);
+  w.gl.getIntegerv(GL_MAX_VIEWPORT_DIMS, viewport);
+  const int maxW = std::min(side, viewport[0]), maxH = std::min(side, viewport[1]);
+  if (w.width <= maxW && w.height <= maxH) return true;
+  error = std::string(kErrorFrameTooLarge) + ": " + std::to_string(w.width) + "x" + std::to_string(w.height) +
+          ", предел " + std::to_string(maxW) + "x" + std::to_string(maxH);
+  return false;
+}
+
 bool makeStandIn(Window& w, std::string& error) {
   releaseStandIn(w);
+  if (!fitsGpuLimits(w, error)) return false;
   w.gl.genRenderbuffers(1, &w.colour);
   w.gl.bindRenderbuffer(GL_RENDERBUFFER, w.colour);
   w.gl.renderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, w.width, w.height);

@@ -19,20 +19,22 @@ int bloomSide(int windowSide) { return std::max(1, (windowSide + 3) / 4); }
 
 int prepassSide(int renderSide) { return (renderSide + 3) / 4; }
 
-std::vector<Tile> photoTiles(int width, int height) {
+std::vector<Tile> photoTiles(int width, int height, int side) {
   std::vector<Tile> tiles;
-  for (int y = 0; y < height; y += 512)
-    for (int x = 0; x < width; x += 512)
-      tiles.push_back({x, y, std::min(512, width - x), std::min(512, height - y)});
+  for (int y = 0; y < height; y += side)
+    for (int x = 0; x < width; x += side)
+      tiles.push_back({x, y, std::min(side, width - x), std::min(side, height - y)});
   return tiles;
 }
 
-int bandRows(double msPerRow, int renderHeight) {
+int bandRows(double msPerRow, int renderHeight, double bandMs) {
   const double ms = std::max(msPerRow, 0.000001);
-  return std::max(8, int(std::min<double>(renderHeight, 35.0 / ms)));
+  return std::max(8, int(std::min<double>(renderHeight, bandMs / ms)));
 }
 
-bool needsBanding(double msPerRow, int renderHeight) { return renderHeight * msPerRow > 80; }
+bool needsBanding(double msPerRow, int renderHeight, double limitMs) {
+  return renderHeight * msPerRow > limitMs;
+}
 
 double radicalInverse(uint32_t i, uint32_t base) {
   double f = 1, r = 0;
@@ -57,10 +59,13 @@ double diveDepth(double referenceDist, double cameraDist) {
 }
 
 int frameIterations(const FractalParams& p, bool diveActive, double cameraDist) {
-  if (!diveActive) return int(std::floor(p.iter + 0.5));
+  // Records are made safe when read; a conversion to int must still never
+  // see a value beyond int's range, wherever a record came from.
+  const double iter = std::isfinite(p.iter) ? std::clamp(p.iter, 0.0, 400.0) : 0.0;
+  if (!diveActive) return int(std::floor(iter + 0.5));
   const FractalType& t = fractalTypes()[typeIndex(p.type)];
   const double depth = diveDepth(t.camDist, cameraDist);
-  return std::min(400, int(std::floor(depth * t.iterGrowth + p.iter + 0.5)));
+  return std::min(400, int(std::floor(depth * t.iterGrowth + iter + 0.5)));
 }
 
 int frameStepBudget(int maxStepsSetting, bool diveActive, double depth) {

@@ -24,13 +24,13 @@ int prepassSide(int renderSide);
 struct Tile {
   int x, y, w, h;
 };
-// Photo tiles of at most 512², rows from the bottom-left corner.
-std::vector<Tile> photoTiles(int width, int height);
+// Photo tiles of at most side², rows from the bottom-left corner.
+std::vector<Tile> photoTiles(int width, int height, int side = 512);
 
-// Rows per band so that one band costs about 35 ms.
-int bandRows(double msPerRow, int renderHeight);
-// A whole sample above 80 ms is drawn in bands.
-bool needsBanding(double msPerRow, int renderHeight);
+// Rows per band so that one band costs about `bandMs` (35 ms).
+int bandRows(double msPerRow, int renderHeight, double bandMs = 35);
+// A whole sample above `limitMs` (80 ms) is drawn in bands.
+bool needsBanding(double msPerRow, int renderHeight, double limitMs = 80);
 
 // Radical inverse of i in `base` (Halton sequence).
 double radicalInverse(uint32_t i, uint32_t base);

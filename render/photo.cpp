@@ -61,7 +61,7 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
   createTarget(pt.output, w, h, TargetFormat::Unorm8, true);
   const TraceTargets targets{&pt.accumA, &pt.accumB, &pt.prepass, &pt.prepassValid};
   const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
-  const std::vector<Tile> tiles = photoTiles(w, h);
+  const std::vector<Tile> tiles = photoTiles(w, h, r.photoTile);
   const double total = double(tiles.size()) * samples;
   const double start = secondsNow();
   TraceView v = photoView(r, in, w, h);

@@ -132,6 +132,7 @@ void resizeTargets(Renderer& r, int w, int h, double resScale) {
 
 bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.typeKey = p.type;
+  r.bandHeight = 0;  // another program: its rows cost what they cost
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
@@ -143,11 +144,16 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
 void resetAccumulation(Renderer& r) {
   r.samples = 0;
   r.rowCursor = 0;
+  r.movingSamples = false;
 }
 
 // [SECTION] Frame driver
 
 namespace {
+
+// Rows traced while a row's cost is unknown (a new program, iteration count,
+// step budget or precision): a first look that cannot take long.
+constexpr int kProbeRows = 8;
 
 double secondsNow() {
   using namespace std::chrono;
@@ -178,16 +184,20 @@ void stepQuality(Renderer& r, const FrameInput& in) {
   const int iter = frameIterations(p, in.diveActive, dist);
   if (iter != r.iterations) {
     r.iterations = iter;
+    r.bandHeight = 0;  // a row's cost is measured afresh
     resetAccumulation(r);
   }
   const FractalType& type = fractalTypes()[typeIndex(p.type)];
-  r.maxSteps = frameStepBudget(in.settings->maxSteps, in.diveActive, diveDepth(type.camDist, dist));
+  const int steps = frameStepBudget(in.settings->maxSteps, in.diveActive, diveDepth(type.camDist, dist));
+  if (steps != r.maxSteps) r.bandHeight = 0;
+  r.maxSteps = steps;
   const int setting = in.deepForced ? 2 : in.settings->deep;
   const bool eligible = canUseDoublePrecision(p);
   const bool deep = chooseDeep(setting, eligible, dist, r.deep);
   r.deepRefused = !eligible && (setting == 2 || (setting == 0 && dist < 0.0002));
   if (deep != r.deep) {
     r.deep = deep;
+    r.bandHeight = 0;
     resetAccumulation(r);
   }
 }
@@ -231,8 +241,10 @@ TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool s
   v.shift = float(2 * r.shift / r.windowHeight);
   const bool autoFocus = in.params->autoFocus;
   v.focus = float(!autoFocus ? in.params->focus : r.focusDepth > 0 ? r.focusDepth : in.camera.distance);
-  const int rows = r.banding ? std::min(std::max(8, r.bandHeight), v.height - r.rowCursor)
-                             : v.height - r.rowCursor;
+  const int left = v.height - r.rowCursor;
+  const int rows = r.bandHeight <= 0 ? std::min(kProbeRows, left)
+                   : r.banding       ? std::min(std::max(8, r.bandHeight), left)
+                                     : left;
   v.scissor[0] = 0;
   v.scissor[1] = r.rowCursor;
   v.scissor[2] = v.width;
@@ -268,8 +280,19 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   gl.Finish();
   const int rows = v.scissor[3];
   const double msPerRow = std::max((secondsNow() - t0) * 1000 / rows, 0.000001);
-  r.bandHeight = bandRows(msPerRow, v.height);
-  r.banding = needsBanding(msPerRow, v.height);
+  // A band may at most double: rows measured over empty sky say nothing of
+  // the rows through the fractal below them, and one frame must never hold
+  // the loop for long, whatever the record costs.
+  // Where post-processing is slow (a large picture on a software renderer) a
+  // band grows with it, so that frames stay at least half tracing, up to half
+  // a second; elsewhere the usual budget. Nobody waits on an unattended run's
+  // loop: its bands may take seconds, which saves post passes.
+  const double stretch = std::clamp(r.postMs / 35.0, 1.0, (in.unattended ? 4000.0 : 500.0) / 35.0);
+  // The doubling counts from the band as planned: a sample's short last band
+  // says nothing against the next sample's first.
+  const int grown = 2 * std::max(rows, r.bandHeight);
+  r.bandHeight = std::min(bandRows(msPerRow, v.height, r.bandMs * stretch), std::max(kProbeRows, grown));
+  r.banding = needsBanding(msPerRow, v.height, r.bandingMs) || r.bandHeight < v.height;
   r.rowCursor += rows;
   if (r.rowCursor < v.height) return false;
   completeSample(r, in, moving);
@@ -297,13 +320,26 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   stepShift(r, in, dt);
   stepQuality(r, in);
   const bool moving = in.now < r.movingUntil;
+  // Samples traced while moving are fast ones (fewer shadow and occlusion
+  // taps, no photo light); the still picture starts over without them.
+  if (!moving && r.movingSamples) resetAccumulation(r);
+  r.moving = moving;
   const bool sizeChanged = stepRenderSize(r, in, moving, dt);
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
   bool completed = false;
-  if (r.samples < r.targetSamples) completed = traceStep(r, in, moving, sizeChanged);
+  const bool tracing = r.samples < r.targetSamples;
+  if (tracing) {
+    completed = traceStep(r, in, moving, sizeChanged);
+    r.movingSamples = r.movingSamples || moving;
+  }
   r.lastFrameCompletedMoving = completed && moving;
+  const double postStart = secondsNow();
   postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
            in.height);
+  if (tracing) {
+    gl.Finish();  // the band after it is sized against this cost
+    r.postMs = (secondsNow() - postStart) * 1000;
+  }
   const bool failed = r.shaderErrorShown;
   return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget;
 }
@@ -315,6 +351,7 @@ RenderStatus renderStatus(const Renderer& r) {
   s.samples = r.samples;
   s.targetSamples = r.targetSamples;
   s.done = r.samples >= r.targetSamples;
+  s.converged = s.done && !r.moving;
   s.deep = r.deep;
   s.deepRefused = r.deepRefused;
   s.renderWidth = r.renderWidth;

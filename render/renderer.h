@@ -50,6 +50,7 @@ struct FrameInput {
   double shiftTarget = 0;          // image shift target in window pixels (half the panel width, or 0)
   double palettePhase = 0;         // palette animation phase in palette lengths; a change refills
   int targetSamples = 0;           // samples to accumulate; 0 = settings->samples
+  bool unattended = false;         // a shot: bands may run for seconds (no one is waiting on the loop)
   const AppSettings* settings = nullptr;
 };
 
@@ -119,7 +120,8 @@ struct Renderer {
   int samples = 0;                 // n: samples completed since the last reset
   uint32_t sequence = 0;           // never reset; advances with n
   int rowCursor = 0;
-  int bandHeight = 0;
+  int bandHeight = 0;               // 0: the cost of a row is not known yet
+  double postMs = 0;               // what the last traced frame's post-processing cost
   bool banding = false;
   double movingUntil = 0;
   double adaptiveScale = 1;        // 0.25..1
@@ -133,6 +135,14 @@ struct Renderer {
   double lastSampleTime = -1;
   double focusDepth = 0;           // centre depth of the still picture; 0 = unknown
   int targetSamples = 256;
+  bool moving = false;             // this frame was a moving one (fast, maybe reduced size)
+  bool movingSamples = false;      // the accumulation holds samples traced while moving
+
+  // Time and size budgets, fixed in the product; tests shrink them to force
+  // bands and several photo tiles on small images.
+  double bandMs = 35;              // one band costs about this much
+  double bandingMs = 80;           // a slower whole sample is cut into bands
+  int photoTile = 512;             // photo tile side in pixels
 };
 
 // [SECTION] Start-up and shutdown
@@ -176,6 +186,7 @@ struct RenderStatus {
   int samples = 0;                 // n
   int targetSamples = 0;
   bool done = false;               // n reached the target: nothing left to trace
+  bool converged = false;          // done, and the view is still: the picture is final
   bool deep = false;               // "· fp64, …" in the status line
   bool deepRefused = false;        // "· предел float (fp64 только для степени 8)"
   int renderWidth = 0, renderHeight = 0;

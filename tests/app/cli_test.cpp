@@ -35,7 +35,7 @@ TEST(CommandLine, ScreenSaverSwitches) {
 }
 
 TEST(CommandLine, ValuesAndFlags) {
-  LaunchOptions o = parse({"--SHOT", "Out.PNG", "--seed", "Мир", "--type", "menger", "--tab", "3x",
+  LaunchOptions o = parse({"--SHOT", "Out.PNG", "--seed", "Мир", "--type", "menger", "--tab", "3",
                            "--dist", "1.5e-3", "--samples", "64", "--deep", "--dive", "10",
                            "--dive-speed", "0.5", "--dive-until", "1e-6", "--hide-ui",
                            "--input-test", "--headless", "--version", "-h", "-window-id", "0x42"});
@@ -51,24 +51,67 @@ TEST(CommandLine, ValuesAndFlags) {
   EXPECT_EQ(o.diveUntil, 1e-6);
   EXPECT_EQ(o.windowId, "0x42");
   EXPECT_TRUE(o.file.empty());
-  EXPECT_TRUE(o.error.empty());
+  EXPECT_TRUE(o.error.empty() && o.problems.empty());
 
   // Values are taken as they stand, even when they look like switches.
   EXPECT_EQ(parse({"--seed", "/s"}).seed, "/s");
   EXPECT_FALSE(parse({"--seed", "/s"}).screensaver);
-  // Missing or non-numeric values give 0; defaults stay otherwise.
-  EXPECT_EQ(parse({"--tab"}).tab, 0);
-  EXPECT_EQ(parse({"--dist", "far"}).dist, 0);
-  EXPECT_EQ(parse({"--dive-speed"}).diveSpeed, 0);
-  EXPECT_EQ(parse({"--seed"}).seed, "");
-  LaunchOptions none = parse({"--bogus", "-x"});
-  EXPECT_EQ(none.tab, -1);
-  EXPECT_EQ(none.diveSpeed, 1.2);
-  EXPECT_TRUE(none.file.empty());
+  // A seed that is not UTF-8 is mended before it can reach a file.
+  EXPECT_EQ(parse({"--seed", "a\xff"}).seed, "a\xEF\xBF\xBD");
+}
+
+// Each bad option gives one line and keeps the option's default; an
+// unattended run turns the first line into its usage error, an interactive
+// one only warns.
+TEST(CommandLine, BadOptionsAreReported) {
+  struct Case {
+    std::vector<std::string> args;
+    const char* line;
+  };
+  const Case cases[] = {
+      {{"--samples", "abc"}, "неверное значение --samples: \"abc\" (нужно целое число от 1 до 65536)"},
+      {{"--samples", "4.5"}, "неверное значение --samples: \"4.5\" (нужно целое число от 1 до 65536)"},
+      {{"--tab", "3x"}, "неверное значение --tab: \"3x\" (нужно целое число от 0 до 5)"},
+      {{"--dist", "nan"}, "неверное значение --dist: \"nan\" (нужно число от 5e-12 до 1e+06)"},
+      {{"--dist", "0"}, "неверное значение --dist: \"0\" (нужно число от 5e-12 до 1e+06)"},
+      {{"--dist", "0x10"}, "неверное значение --dist: \"0x10\" (нужно число от 5e-12 до 1e+06)"},
+      {{"--dive", "1e300"}, "неверное значение --dive: \"1e300\" (нужно число от 0 до 86400)"},
+      {{"--dive-speed"}, "у параметра --dive-speed нет значения"},
+      {{"--seed", "--deep"}, "у параметра --seed нет значения"},
+      {{"--sampels", "4"}, "неизвестный параметр: --sampels"},
+      {{"-x"}, "неизвестный параметр: -x"},
+      {{"a.json", "b.json"}, "лишний аргумент: b.json (файл уже задан: a.json)"},
+      {{"--size", "0x100"}, "неверный размер окна: \"0x100\" (нужно ШxВ, например 1280x720)"},
+  };
+  for (const Case& c : cases) {
+    LaunchOptions interactive = parse(c.args);
+    ASSERT_EQ(interactive.problems.size(), 1u) << c.line;
+    EXPECT_EQ(interactive.problems[0], c.line);
+    EXPECT_TRUE(interactive.error.empty()) << c.line;
+    EXPECT_EQ(interactive.samples, 0);
+    EXPECT_EQ(interactive.tab, -1);
+    EXPECT_EQ(interactive.dist, 0);
+    EXPECT_EQ(interactive.diveSpeed, 1.2);
+    EXPECT_TRUE(interactive.seed.empty());
+    for (const char* mode : {"--print-preset", "--input-test"}) {
+      std::vector<std::string> args = c.args;
+      args.insert(args.begin(), mode);
+      EXPECT_EQ(parse(args).error, c.line) << mode;
+    }
+  }
+  EXPECT_EQ(parse({"--shot"}).error, "у параметра --shot нет значения");
+  EXPECT_EQ(parse({"--shot", ""}).error, "у параметра --shot пустой путь");
+  EXPECT_EQ(parse({"--shot", "--seed", "x"}).error, "у параметра --shot нет значения");
+  EXPECT_EQ(parse({"--shot", "o.png", "--samples", "0"}).error,
+            "неверное значение --samples: \"0\" (нужно целое число от 1 до 65536)");
+  // Screen-saver hosts pass switches of their own: a warning, not a stop.
+  LaunchOptions saver = parse({"/s", "-root"});
+  EXPECT_TRUE(saver.screensaver);
+  EXPECT_TRUE(saver.error.empty());
 }
 
 TEST(CommandLine, SizeAndPositionalFile) {
-  LaunchOptions o = parse({"a.json", "--size", "1280X720", "b.json", "--print-preset"});
+  LaunchOptions o = parse({"a.json", "--size", "1280X720", "--print-preset"});
   EXPECT_EQ(o.file, "a.json");
   EXPECT_EQ(o.width, 1280);
   EXPECT_EQ(o.height, 720);
@@ -76,11 +119,11 @@ TEST(CommandLine, SizeAndPositionalFile) {
   EXPECT_EQ(parse({"--print-preset", "x.png"}).file, "x.png");
 
   for (const char* bad : {"", "abc", "100", "100x", "x100", "0x100", "-5x5", "10x10x10", "1e3x2"}) {
-    LaunchOptions b = parse({"--size", bad});
+    LaunchOptions b = parse({"--shot", "o.png", "--size", bad});
     EXPECT_FALSE(b.error.empty()) << bad;
     EXPECT_EQ(b.width, 0) << bad;
   }
-  EXPECT_FALSE(parse({"--size"}).error.empty());
+  EXPECT_FALSE(parse({"--print-preset", "--size"}).error.empty());
 }
 
 TEST(CommandLine, PrintPreset) {
@@ -102,11 +145,11 @@ TEST(CommandLine, PrintPreset) {
   std::ofstream(path) << "{";
   out.clear();
   EXPECT_EQ(runPrintPreset(o, out, err), 1);
-  EXPECT_EQ(err, "Не удалось открыть: неожиданный конец JSON\n");
+  EXPECT_EQ(err, "Не удалось открыть: неожиданный конец JSON («" + path.string() + "»)\n");
   EXPECT_TRUE(out.empty());
   std::filesystem::remove(path);
 
   o.file = "/nonexistent/qtx.json";
   EXPECT_EQ(runPrintPreset(o, out, err), 1);
-  EXPECT_EQ(err, "Не удалось прочитать файл\n");
+  EXPECT_EQ(err, "Не удалось прочитать файл «/nonexistent/qtx.json»: нет такого файла или папки\n");
 }

@@ -41,5 +41,5 @@ cmp -s "$dir/from_png.json" "$dir/from_seed.json" || {
 # A folder that cannot be written is refused before any rendering starts.
 "$prog" --shot "$dir/missing/shot.png" --seed "$seed" --type "$type" --size 96x54 2>"$dir/stderr" &&
   fail "a shot into a missing folder succeeded"
-grep -q "не удалось записать" "$dir/stderr" || fail "no message for an unwritable shot path"
+grep -q "Не удалось записать файл «$dir/missing/shot.png»: нет такого файла или папки" "$dir/stderr" || fail "no message for an unwritable shot path"
 echo "ok: $type $seed"

@@ -2,6 +2,7 @@
 // that the writer prints in a form the reader takes back. Ten significant
 // digits may turn a fraction into a whole number that then prints without an
 // exponent, so the text is compared from the second round on.
+#include "tests/fuzz/fuzz_limits.h"
 #include "io/json.h"
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 // Any bytes as a PNG: the chunk scan and the preset decoder never read out of
 // bounds. The same bytes as a preset text spliced into a minimal PNG must be
 // found again exactly.
+#include "tests/fuzz/fuzz_limits.h"
 #include "io/files.h"
 #include "io/png_chunk.h"
 

@@ -1,5 +1,6 @@
 // Any JSON document through the preset reader: no crash, and once a record
 // has been through the writer it survives further round trips unchanged.
+#include "tests/fuzz/fuzz_limits.h"
 #include "io/json.h"
 #include "io/preset.h"
 

@@ -83,10 +83,20 @@ TEST(PngChunk, ScanRules) {
   EXPECT_EQ(presetTextFromPng(badLetters), "");
   EXPECT_EQ(presetTextFromPng(png.substr(0, 19)), "");
 
-  // Every truncation ends cleanly; the chunk is found only while it is whole.
+  // Every truncation ends cleanly; the chunk is found only while it is whole,
+  // its CRC included, and until then the cut is told from a missing chunk.
   size_t chunkEnd = 33 + 12 + 17 + 2;
-  for (size_t n = 0; n <= png.size(); ++n)
-    EXPECT_EQ(presetTextFromPng(png.substr(0, n)), n >= chunkEnd - 4 ? "{}" : "") << n;
+  for (size_t n = 0; n <= png.size(); ++n) {
+    std::string text;
+    PngPreset found = findPresetInPng(png.substr(0, n), text);
+    EXPECT_EQ(found, n < 4 ? PngPreset::Missing : n >= chunkEnd ? PngPreset::Found : PngPreset::Truncated) << n;
+    EXPECT_EQ(text, n >= chunkEnd ? "{}" : "") << n;
+  }
+  std::string bent = png;
+  bent[chunkEnd - 1] ^= 0x10;  // the CRC's last byte
+  std::string text = "stale";
+  EXPECT_EQ(findPresetInPng(bent, text), PngPreset::Damaged);
+  EXPECT_EQ(text, "");
 
   // A length that points past the end stops the walk.
   std::string huge = tinyPng();

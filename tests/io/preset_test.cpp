@@ -62,8 +62,8 @@ TEST(Preset, RoundTrip) {
   EXPECT_EQ(read(presetText(p, 2)), p);
   EXPECT_EQ(read(presetText(p, 0)), p);
   FractalParams fine;
-  fine.power = 1.0 / 3;  // more than ten digits come back rounded to ten
-  EXPECT_DOUBLE_EQ(read(presetText(fine, 2)).power, 0.3333333333);
+  fine.warp = 1.0 / 3;  // more than ten digits come back rounded to ten
+  EXPECT_DOUBLE_EQ(read(presetText(fine, 2)).warp, 0.3333333333);
 }
 
 TEST(Preset, DesktopDialectDefaults) {
@@ -80,7 +80,7 @@ TEST(Preset, DesktopDialectDefaults) {
                              "palette": 5, "jmode": -2.9, "scale": 2.25})");
   FractalParams expected = defaultsForType("menger");
   expected.scale = 2.25;
-  expected.jmode = -2;
+  expected.jmode = 0;  // -2 is no mode: the nearest one
   EXPECT_EQ(m, expected);
 
   // "v" other than 3 still counts as desktop when "app" says so.
@@ -99,6 +99,17 @@ TEST(Preset, SlotsAndCamera) {
   EXPECT_EQ(cam.tx, 1);
   EXPECT_EQ(cam.yaw, 35);
   EXPECT_EQ(cam.dist, 4.2);  // the type's camera distance
+  // Every field a partial camera leaves out gets its documented default.
+  cam = read(R"({"v": 3, "type": "kifs", "cam": {"ty": 2}})");
+  EXPECT_EQ(std::vector<double>({cam.tx, cam.ty, cam.tz, cam.yaw, cam.pitch, cam.dist}),
+            std::vector<double>({0, 2, 0, 35, 22, defaultsForType("kifs").dist}));
+}
+
+// An escaped space is a space in either dialect, so the seed (and the
+// fractal made from it) is the one the other edition wrote.
+TEST(Preset, EscapedSpaceInASeedIsASpace) {
+  EXPECT_EQ(read(R"({"v": 3, "seed": "dark\u0020star"})").seed, "dark star");
+  EXPECT_EQ(read(R"({"seed": "dark\u0020star", "type": 3})"), generateFromSeed("dark star", "menger"));
 }
 
 TEST(Preset, WebDialect) {

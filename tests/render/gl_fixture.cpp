@@ -95,6 +95,17 @@ bool accumulate(Renderer& r, FrameInput in, int samples) {
   return false;
 }
 
+OwnTargets::OwnTargets(int w, int h) {
+  createTarget(a, w, h, TargetFormat::Float32, true);
+  createTarget(b, w, h, TargetFormat::Float32, true);
+}
+
+OwnTargets::~OwnTargets() {
+  deleteTarget(a);
+  deleteTarget(b);
+  deleteTarget(pre);
+}
+
 std::vector<float> readFloatTarget(const RenderTarget& t, int w, int h) {
   std::vector<float> px(size_t(w) * h * 4);
   gl.BindFramebuffer(GL_READ_FRAMEBUFFER, t.fbo.id);

@@ -5,6 +5,7 @@
 
 #include "io/settings.h"
 #include "model/params.h"
+#include "render/passes.h"
 #include "render/renderer.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +36,15 @@ FrameInput stillFrame(const FractalParams& p, const AppSettings& s, int w, int h
 // Runs frames (advancing the clock past any motion) until `samples` samples
 // are accumulated; false when that does not happen within a generous number.
 bool accumulate(Renderer& r, FrameInput in, int samples);
+
+// Fresh float targets for driving tracePass directly.
+struct OwnTargets {
+  RenderTarget a, b, pre;
+  bool preValid = false;
+  OwnTargets(int w, int h);
+  ~OwnTargets();
+  TraceTargets view() { return {&a, &b, &pre, &preValid}; }
+};
 
 // RGBA floats of a float target's w×h corner, bottom row first.
 std::vector<float> readFloatTarget(const RenderTarget& t, int w, int h);

@@ -19,22 +19,6 @@ namespace {
 
 const char* const kPasses[] = {"trace", "deep", "prepass", "volume"};
 
-// Fresh targets for driving tracePass directly.
-struct OwnTargets {
-  RenderTarget a, b, pre;
-  bool preValid = false;
-  OwnTargets(int w, int h) {
-    createTarget(a, w, h, TargetFormat::Float32, true);
-    createTarget(b, w, h, TargetFormat::Float32, true);
-  }
-  ~OwnTargets() {
-    deleteTarget(a);
-    deleteTarget(b);
-    deleteTarget(pre);
-  }
-  TraceTargets view() { return {&a, &b, &pre, &preValid}; }
-};
-
 // Makes `p` the renderer's record (palette texture, lighting) for direct passes.
 void prepare(Renderer& r, const FractalParams& p) {
   std::string error;
