@@ -18,6 +18,13 @@
 #if defined(__unix__) || defined(__APPLE__)
 #include <unistd.h>
 #endif
+#ifdef _WIN32
+#include <cstring>
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
+#endif
 
 // [SECTION] Whole files
 
@@ -29,6 +36,16 @@ std::filesystem::path toPath(const std::string& utf8) {
 
 std::FILE* openFile(const std::filesystem::path& path, const char* mode) {
 #ifdef _WIN32
+  // The system C runtime (msvcrt) knows no "x" mode; an exclusive create
+  // goes through _wsopen instead.
+  if (std::strchr(mode, 'x')) {
+    int fd = -1;
+    if (_wsopen_s(&fd, path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _SH_DENYNO, _S_IREAD | _S_IWRITE))
+      return nullptr;
+    std::FILE* f = _fdopen(fd, "wb");
+    if (!f) _close(fd);
+    return f;
+  }
   std::wstring wmode(mode, mode + std::char_traits<char>::length(mode));
   return _wfopen(path.c_str(), wmode.c_str());
 #else
