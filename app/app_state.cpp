@@ -3,9 +3,11 @@
 #include "io/files.h"
 #include "io/preset.h"
 #include "model/seed.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 FractalParams liveParams(const AppState& s) {
   FractalParams p = s.params;
@@ -28,9 +30,26 @@ bool makeCurrent(AppState& s, const FractalParams& p, std::string& error) {
   return setFractal(s.renderer, s.params, error);
 }
 
-void showToast(AppState& s, const std::string& text, double now) {
-  s.toast = text;
-  s.toastUntil = now + 3.0;
+void clearFrameInput(InputState& in) {
+  in.mousePressed = in.mouseReleased = in.rightPressed = in.doubleClicked = false;
+  in.keyBackspace = in.keyEnter = in.keyEscape = in.keyPaste = false;
+  in.typedChars.clear();
+}
+
+void showMessage(AppState& s, const std::string& text) {
+  s.toastText = text;
+  s.toastUntil = platform::now() + 3.0;
+  s.redraw = true;
+  if (s.unattended) std::fprintf(stderr, "%s\n", text.c_str());
+}
+
+int panelLeftEdge(const AppState& s, int clientWidth) {
+  if (s.uiHidden) return clientWidth;
+  return clientWidth - int(std::lround(s.dpiScale * kPanelWidth));
+}
+
+bool overPanel(const AppState& s, float x, int clientWidth) {
+  return !s.uiHidden && x >= float(panelLeftEdge(s, clientWidth));
 }
 
 std::string loadAndApply(AppState& s, const std::string& path) {

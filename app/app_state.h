@@ -9,7 +9,9 @@
 #include "nav/camera.h"
 #include "render/renderer.h"
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace platform {
 struct Window;
@@ -22,6 +24,35 @@ inline constexpr const char* kMsgNeedGl43 =
 inline constexpr const char* kMsgScreensaverInfo =
     "Quorvan Telix 3D: бесконечное погружение в фракталы.\n"
     "Настройки берутся из обычного запуска программы.";
+
+// What the window's input left for the next frame. The interface reads the
+// mouse and key fields and claims the mouse through uiWantsMouse and
+// textFocus; the per-frame fields are cleared by the loop after each frame.
+struct InputState {
+  float mouseX = 0, mouseY = 0;    // last cursor position in client pixels
+  bool mouseDown = false;          // left button held
+  // Per frame:
+  bool mousePressed = false;       // left button went down
+  bool mouseReleased = false;      // left button went up
+  bool rightPressed = false;       // right button went down
+  bool doubleClicked = false;      // the left press was a double click
+  std::vector<uint32_t> typedChars;  // code points typed (8 and 13 included)
+  bool keyBackspace = false, keyEnter = false, keyEscape = false, keyPaste = false;
+  // Kept:
+  std::string pasteText;           // clipboard text taken at the last Ctrl+V
+  bool uiWantsMouse = false;       // set by the interface: a widget is under the cursor or active
+  bool textFocus = false;          // set by the interface: a text field has the focus
+  bool dragging = false;           // a camera drag holds the mouse
+  int dragMode = 0;                // 1 orbit, 2 pan
+  float panelScroll = 0;           // side-panel scroll offset in pixels
+  bool screenMouseSeen = false;    // screen saver: the first move was seen
+  bool shiftHeld = false;          // from the last event's modifiers
+};
+
+// Clears the per-frame fields; the loop calls it after each frame.
+void clearFrameInput(InputState& in);
+
+inline constexpr double kPanelWidth = 372;  // logical pixels
 
 struct AppState {
   FractalParams params;            // the current record
@@ -43,8 +74,14 @@ struct AppState {
 
   bool cameraWasMoving = false;      // for the history step when motion ends
   double lastFrameTime = -1;
-  std::string toast;                 // the transient message line
-  double toastUntil = 0;
+  std::string toastText;             // the transient message line
+  double toastUntil = 0;             // platform::now() until which it shows
+
+  InputState input;
+  bool helpShown = false;            // the help overlay (F1, "/")
+  double dpiScale = 1;
+  bool unattended = false;           // shot, input test, screen saver: messages also go to stderr
+  bool redraw = false;               // something changed: draw the next frame at once
 };
 
 // The record with the live camera pose, as history and shots store it.
@@ -55,7 +92,13 @@ void pushState(AppState& s);
 // history and hands it to the renderer. False with `error` when the fractal's
 // program does not build; the record is current either way.
 bool makeCurrent(AppState& s, const FractalParams& p, std::string& error);
-void showToast(AppState& s, const std::string& text, double now);
+// The message pill's text for 3 seconds; unattended runs also print it on
+// stderr, where a log keeps it.
+void showMessage(AppState& s, const std::string& text);
+// Left edge of the side panel in client pixels: the client width less the
+// panel's scaled width while the interface is shown, else the client width.
+int panelLeftEdge(const AppState& s, int clientWidth);
+bool overPanel(const AppState& s, float x, int clientWidth);
 // Opening or dropping a file: the record is applied only when the whole load
 // succeeded (current, camera snapped, history, recent seeds). Returns the
 // message to show: "Загружено: " and the seed, or why nothing changed.

@@ -12,6 +12,7 @@
 //   [SECTION] Entry
 #include "app/app_state.h"
 #include "app/input_test.h"
+#include "app/interface.h"
 #include "app/launch.h"
 #include "app/shot.h"
 #include "io/files.h"
@@ -175,11 +176,13 @@ bool runFrame(AppState& s) {
     s.cameraWasMoving = false;
     pushState(s);
   }
-  bool more = renderFrame(s.renderer, frameInput(s, now, moving));
+  FrameInput in = frameInput(s, now, moving);
+  bool more = renderFrame(s.renderer, in);
+  drawInterface(s, in.width, in.height, in.windowFbo);
   std::string message = takeShaderMessage(s.renderer);
   if (!message.empty()) {
-    showToast(s, message, now);
-    std::fprintf(stderr, "%s\n", message.c_str());
+    showMessage(s, message);
+    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
   }
   return more || moving;
 }
@@ -217,8 +220,7 @@ void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
   // or PNG replaces the fractal.
   if (e.type == EventType::DropFile && !s.screensaverMode) {
     std::string message = loadAndApply(s, e.text);
-    showToast(s, message, platform::now());
-    std::fprintf(stderr, "%s\n", message.c_str());
+    showMessage(s, message);
     run.busy = true;
   }
   if (e.type == EventType::KeyDown && !e.repeat) {
@@ -296,6 +298,7 @@ void runLoop(AppState& s, Run& run) {
     if (run.opts.inputTest) inputTestAfterFrame(run);
     else if (!run.opts.shot.empty()) shotStep(s, run, platform::now());
     if (run.running) platform::swapBuffers(s.window);
+    clearFrameInput(s.input);
   }
 }
 
@@ -319,6 +322,8 @@ int runProgram(Run& run) {
   s->screensaverMode = run.opts.screensaver || run.hostWindow != 0;
   if (!platform::drawsIntoHost(window)) run.hostWindow = 0;  // it fell back to a window of its own
   run.test.app = s.get();
+  s->dpiScale = platform::dpiScale(window);
+  s->unattended = !run.opts.shot.empty() || run.opts.inputTest || s->screensaverMode;
   std::string folder = platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";
 
@@ -333,12 +338,20 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  // The screen saver shows no interface, so it spends no time on the atlas.
+  if (!s->screensaverMode && !initInterface(*s, error)) {
+    platform::messageBox(window, kAppTitle, error, true);
+    destroyRenderer(s->renderer);
+    platform::destroyWindow(window);
+    return 1;
+  }
   run.start = platform::now();
   runLoop(*s, run);
 
   bool save = run.opts.shot.empty() && !run.opts.inputTest && !s->screensaverMode && !s->launchedWithOptions;
   if (save && !run.statePath.empty())
     saveState(run.statePath, liveParams(*s), s->settings, s->history.recent);
+  destroyInterface();
   destroyRenderer(s->renderer);
   platform::destroyWindow(window);
   return run.exitStatus;

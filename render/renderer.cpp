@@ -338,6 +338,27 @@ float depthAt(Renderer& r, double fx, double fy) {
   return readAccumDepth(r, x, y);
 }
 
+bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>& out) {
+  out.assign(size_t(std::max(w, 0)) * size_t(std::max(h, 0)), 10000.0f);
+  if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return false;
+  const int cx0 = std::max(x0, 0), cx1 = std::min(x0 + w, r.renderWidth);
+  const int cy0 = std::max(y0, 0), cy1 = std::min(y0 + h, r.renderHeight);
+  if (cx0 >= cx1 || cy0 >= cy1) return true;
+  const int cw = cx1 - cx0, ch = cy1 - cy0;
+  std::vector<float> rgba(size_t(cw) * size_t(ch) * 4);
+  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, r.accumA.fbo.id);
+  gl.ReadBuffer(GL_COLOR_ATTACHMENT0);
+  // GL counts rows from the bottom: the box's lowest row is cy1 − 1 from the top.
+  gl.ReadPixels(cx0, r.renderHeight - cy1, cw, ch, GL_RGBA, GL_FLOAT, rgba.data());
+  gl.BindFramebuffer(GL_FRAMEBUFFER, 0);
+  for (int j = 0; j < ch; ++j) {
+    const int row = cy1 - 1 - j - y0;
+    for (int i = 0; i < cw; ++i)
+      out[size_t(row) * size_t(w) + size_t(cx0 - x0 + i)] = rgba[(size_t(j) * cw + i) * 4 + 3];
+  }
+  return true;
+}
+
 void readWindowPixels(Renderer&, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {
   rgbaBottomUp.assign(size_t(w) * size_t(h) * 4, 0);
   gl.BindFramebuffer(GL_READ_FRAMEBUFFER, fbo);

@@ -190,3 +190,8 @@ std::string takeShaderMessage(Renderer& r);
 // as fractions of the client size, origin top-left; 10000 when nothing was hit
 // there or no picture exists yet.
 float depthAt(Renderer& r, double fx, double fy);
+// First-hit depths (ray distances, 10000 for none) of the box at (x0, y0),
+// w × h texels of the picture in use, rows counted from the top; `out` gets
+// w·h values row by row from the top. Texels outside the render size read
+// 10000. False when no picture exists yet. Navigation's depth reader.
+bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>& out);

@@ -6,12 +6,13 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libsdl2-dev libx11-dev libegl-dev libgl-dev libpng-dev zlib1g-dev
+  libfreetype-dev libfontconfig-dev fonts-dejavu-core fonts-inter
   libegl-mesa0 libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
   glslang-tools pngcheck
 )
 if [ "${1:-}" = "--dev" ]; then
-  packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils)
+  packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool)
 fi
 
 missing=()

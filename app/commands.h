@@ -1,0 +1,66 @@
+// The operations the keys and the side panel share. Each acts on the
+// application record, shows its own message where it has one, and asks for
+// a redraw; none of them blocks longer than a dialog the user is answering.
+#pragma once
+
+#include "app/app_state.h"
+
+#include <string>
+
+// [SECTION] The record
+
+// The seed with the current type (framed by the seed's own camera).
+void applySeed(AppState& s, const std::string& seed);
+// A new random seed name with the current type, or with a random type too.
+void randomSeed(AppState& s, bool randomType);
+// A mutant of the current record at the "Сила мутаций" strength, then fit.
+void mutateCurrent(AppState& s);
+// The type table's row `row` with the current seed.
+void selectType(AppState& s, int row);
+// The current seed and type generated afresh.
+void regenerate(AppState& s);
+// After the panel changed s.params or s.settings: the picture starts again
+// (with another program when the type or precision changed); a finished
+// edit (a slider released, a field confirmed) becomes one history entry.
+void recordEdited(AppState& s, bool editFinished);
+
+// [SECTION] History
+
+void undo(AppState& s);
+void redo(AppState& s);
+
+// [SECTION] Camera and modes
+
+void toggleDive(AppState& s);
+void toggleLive(AppState& s);
+void toggleFlight(AppState& s);
+void toggleRotation(AppState& s);
+// Leaves flight and puts the camera back to the seed's own framing.
+void returnCamera(AppState& s);
+// Frames the fractal on the next still picture.
+void requestFit(AppState& s);
+void toggleHelp(AppState& s);
+void toggleInterface(AppState& s);
+// The vsync setting takes effect at once.
+void applyVsync(AppState& s);
+
+// [SECTION] Files and photos
+
+// Ctrl+S: the save dialog, else a message saying how to save instead.
+void savePresetFlow(AppState& s);
+// Ctrl+O: the open dialog for a preset or a PNG.
+void openFileFlow(AppState& s);
+// The in-app path field's ways in when no dialog exists. Both show their
+// message; they return whether they succeeded.
+bool savePresetTo(AppState& s, const std::string& path);
+bool openPath(AppState& s, const std::string& path);
+// "Скрестить…": a second preset or PNG is chosen and loaded without being
+// applied; the offspring becomes current and is framed.
+void crossbreedFlow(AppState& s);
+// P and the Render tab: a save dialog, then the tiled render at w×h with
+// `samples` samples, written as a PNG with the preset inside.
+void photoFlow(AppState& s, int w, int h, int samples);
+
+// [SECTION] Queries
+
+inline bool textFieldFocused(const AppState& s) { return s.input.textFocus; }

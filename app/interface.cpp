@@ -1,0 +1,73 @@
+// interface.cpp — the interface's start-up and per-frame drawing, reading
+// the application record into the plain records ui/ draws from.
+#include "app/interface.h"
+
+#include "model/tables.h"
+#include "nav/camera.h"
+#include "platform/platform.h"
+#include "ui/help.h"
+#include "ui/status.h"
+#include "ui/ui_context.h"
+
+#include <memory>
+
+namespace {
+
+std::unique_ptr<UiContext> g_ui;
+
+double defaultDistance(const std::string& typeKey) {
+  const auto& types = fractalTypes();
+  const int i = typeIndex(typeKey);
+  return i >= 0 && i < int(types.size()) ? types[size_t(i)].camDist : 3.0;
+}
+
+}  // namespace
+
+bool initInterface(AppState& s, std::string& error) {
+  auto ui = std::make_unique<UiContext>();
+  if (!initUi(*ui, s.dpiScale, error)) {
+    destroyUi(*ui);
+    return false;
+  }
+  g_ui = std::move(ui);
+  return true;
+}
+
+void destroyInterface() {
+  if (g_ui) destroyUi(*g_ui);
+  g_ui.reset();
+}
+
+UiContext* interfaceContext() { return g_ui.get(); }
+
+StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
+  const RenderStatus rs = renderStatus(s.renderer);
+  StatusInfo st;
+  st.clientWidth = width;
+  st.clientHeight = height;
+  st.interfaceShown = !s.uiHidden;
+  st.samples = rs.samples;
+  st.targetSamples = rs.targetSamples;
+  st.done = rs.done;
+  st.fps = rs.fps;
+  st.renderWidth = rs.renderWidth;
+  st.renderHeight = rs.renderHeight;
+  st.iterations = rs.iterations;
+  st.cameraDistance = cameraDistance(s.camera);
+  st.zoom = st.cameraDistance > 0 ? defaultDistance(s.params.type) / st.cameraDistance : 1.0;
+  st.deep = rs.deep;
+  st.deepRefused = rs.deepRefused;
+  st.message = s.toastText;
+  st.messageShown = now < s.toastUntil && !s.toastText.empty();
+  return st;
+}
+
+void drawInterface(AppState& s, int width, int height, uint32_t fbo) {
+  if (!g_ui || s.screensaverMode || width <= 0 || height <= 0) return;
+  UiContext& ui = *g_ui;
+  beginFrame(ui, width, height);
+  // The side panel goes here (drawPanel), before the overlays.
+  if (s.helpShown) drawHelp(ui, width, height, panelLeftEdge(s, width));
+  drawStatus(ui, statusInfo(s, width, height, platform::now()));
+  flushUi(ui, width, height, fbo);
+}

@@ -1,0 +1,89 @@
+// The interface at start-up and per frame, CPU only (no GL): the atlas must
+// build in well under 150 ms, and a frame's draw lists must stay far below
+// 1 ms so the interface never costs the fractal a frame.
+#include "ui/atlas.h"
+#include "ui/help.h"
+#include "ui/status.h"
+#include "ui/ui_context.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+UiContext& context() {
+  static UiContext ui = [] {
+    UiContext c;
+    std::vector<uint8_t> pixels;
+    std::string error;
+    if (!buildUiCpu(c, 1.0, pixels, error)) {
+      std::fprintf(stderr, "%s\n", error.c_str());
+      std::exit(1);
+    }
+    return c;
+  }();
+  return ui;
+}
+
+StatusInfo busyStatus() {
+  StatusInfo st;
+  st.clientWidth = 1920;
+  st.clientHeight = 1080;
+  st.samples = 17;
+  st.targetSamples = 64;
+  st.fps = 58.3;
+  st.renderWidth = 1548;
+  st.renderHeight = 1080;
+  st.iterations = 14;
+  st.zoom = 1234.5;
+  st.deep = true;
+  st.cameraDistance = 1e-6;
+  st.message = "Загружено: космический риф сигма";
+  st.messageShown = true;
+  return st;
+}
+
+}  // namespace
+
+// Fonts through the platform's rasteriser, packing, disc and star.
+static void BM_BuildAtlas(benchmark::State& state) {
+  const double scale = double(state.range(0)) / 100;
+  for (auto _ : state) {
+    AtlasResult a;
+    std::string error;
+    if (!buildAtlas(a, scale, error)) state.SkipWithError(error.c_str());
+    benchmark::DoNotOptimize(a.pixels.data());
+  }
+}
+BENCHMARK(BM_BuildAtlas)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond);
+
+// The status line and the message pill: what every frame draws.
+static void BM_StatusFrame(benchmark::State& state) {
+  UiContext& ui = context();
+  const StatusInfo st = busyStatus();
+  for (auto _ : state) {
+    beginFrame(ui, st.clientWidth, st.clientHeight);
+    drawStatus(ui, st);
+    benchmark::DoNotOptimize(ui.layers[0].vertices.data());
+  }
+  state.counters["vertices"] = double(ui.layers[0].vertices.size());
+}
+BENCHMARK(BM_StatusFrame)->Unit(benchmark::kMicrosecond);
+
+// The heaviest overlay: help card with every binding, over the status line.
+static void BM_HelpFrame(benchmark::State& state) {
+  UiContext& ui = context();
+  const StatusInfo st = busyStatus();
+  for (auto _ : state) {
+    beginFrame(ui, st.clientWidth, st.clientHeight);
+    drawHelp(ui, st.clientWidth, st.clientHeight, st.clientWidth - 372);
+    drawStatus(ui, st);
+    benchmark::DoNotOptimize(ui.layers[0].vertices.data());
+  }
+  state.counters["vertices"] = double(ui.layers[0].vertices.size());
+}
+BENCHMARK(BM_HelpFrame)->Unit(benchmark::kMicrosecond);
+
+BENCHMARK_MAIN();

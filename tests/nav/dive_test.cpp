@@ -1,0 +1,177 @@
+// Dive mode: the state machine over simulated frames (retarget pacing,
+// failures, depth floors, surfacing to the seed's own framing) and the search
+// for the deepest point in the box round the centre.
+#include "nav/dive.h"
+
+#include "model/seed.h"
+#include "scene.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+namespace {
+
+struct DiveRun {
+  DiveState dive;
+  Camera camera;
+  FractalParams record;
+  DiveContext ctx;
+  std::vector<double> searches;    // times findDeepest was asked
+  bool findsPoint = false;
+  double point[3] = {0.1, 0.2, 0.3};
+  int newSeeds = 0;
+
+  explicit DiveRun(double dist = 3.4) {
+    record.dist = dist;
+    setCameraFromParams(camera, record);
+    setDive(dive, camera, record, true);
+    ctx.dt = 1.0 / 50;
+    ctx.sequence = 1;
+    ctx.findDeepest = [this](double, double p[3]) {
+      searches.push_back(ctx.now);
+      for (int i = 0; i < 3; ++i) p[i] = point[i];
+      return findsPoint;
+    };
+    ctx.newSeed = [this](bool) { ++newSeeds; return 2.5; };
+  }
+  // Frames until the dive turns to surfacing, at most `limit` seconds.
+  void framesUntilSurfacing(double limit) {
+    while (dive.descending && ctx.now < limit) {
+      ctx.now += ctx.dt;
+      diveStep(dive, camera, ctx);
+    }
+  }
+};
+
+}  // namespace
+
+TEST(Dive, SwitchingOnAndTheExclusionWithFlight) {
+  Camera c;
+  DiveState d;
+  FractalParams p = generateFromSeed("amber_fox_07", "menger");
+  p.dist = 0.01;  // zoomed in since: the surface is still the seed's own framing
+  setFlying(c, true);
+  c.heldKeys = {'w'};
+  setDive(d, c, p, true);
+  EXPECT_TRUE(d.on && d.descending);
+  EXPECT_FALSE(c.flying);
+  EXPECT_TRUE(c.heldKeys.empty());
+  EXPECT_EQ(d.surfaceLogDist, std::log(generateFromSeed("amber_fox_07", "menger").dist));
+  setFlight(c, d, true);
+  EXPECT_FALSE(d.on);
+  EXPECT_TRUE(c.flying);
+}
+
+TEST(Dive, RetargetsAtMostEveryPointNineSecondsAndSevenFailuresSurface) {
+  DiveRun run;
+  run.ctx.sequence = 0;  // nothing traced yet: no search
+  for (int i = 0; i < 100; ++i) run.ctx.now += run.ctx.dt, diveStep(run.dive, run.camera, run.ctx);
+  EXPECT_TRUE(run.searches.empty());
+  EXPECT_NEAR(run.camera.goalLogDist, std::log(3.4) - 0.35 * 2, 1e-9);
+  EXPECT_NEAR(run.camera.goalYaw, 35 + 2.5 * 2, 1e-9);
+
+  run.ctx.sequence = 7;
+  run.framesUntilSurfacing(60);
+  ASSERT_FALSE(run.dive.descending);
+  ASSERT_EQ(run.searches.size(), 7u);
+  for (size_t i = 1; i < run.searches.size(); ++i) EXPECT_GT(run.searches[i] - run.searches[i - 1], 0.9);
+  EXPECT_EQ(run.dive.failedRetargets, 7);
+
+  // A found point resets the count and becomes the rotation centre.
+  DiveRun found;
+  found.findsPoint = true;
+  found.framesUntilSurfacing(20);
+  EXPECT_TRUE(found.dive.descending);
+  EXPECT_EQ(found.dive.failedRetargets, 0);
+  EXPECT_EQ(found.camera.goalTarget[1], 0.2);
+}
+
+TEST(Dive, TurnsAtTheFloorOfItsPrecision) {
+  DiveRun single(5e-5);
+  single.ctx.sequence = 0;
+  single.framesUntilSurfacing(60);
+  EXPECT_FALSE(single.dive.descending);
+  EXPECT_LT(std::exp(single.camera.goalLogDist), 4e-5);
+  EXPECT_GT(std::exp(single.camera.goalLogDist), 3.9e-5);
+
+  DiveRun deep(5e-5);
+  deep.ctx.sequence = 0;
+  deep.ctx.deepAllowed = true;
+  deep.ctx.speed = 2;
+  deep.framesUntilSurfacing(60);
+  EXPECT_FALSE(deep.dive.descending);
+  EXPECT_LT(std::exp(deep.camera.goalLogDist), 2e-10);
+  EXPECT_GT(std::exp(deep.camera.goalLogDist), 1.9e-10);
+}
+
+TEST(Dive, SurfacingEndsExactlyAtTheSeedsFraming) {
+  DiveRun run(1e-3);
+  run.ctx.sequence = 0;
+  run.ctx.dt = 0.1;
+  const double surface = run.dive.surfaceLogDist;
+  for (int cycle = 0; cycle < 3; ++cycle) {
+    run.dive.descending = false;
+    double highest = -100;
+    const double yaw = run.camera.goalYaw;
+    int steps = 0;
+    while (!run.dive.descending) {
+      diveStep(run.dive, run.camera, run.ctx);
+      highest = std::max(highest, run.camera.goalLogDist + (run.dive.descending ? 0.35 * 0.1 : 0));
+      ++steps;
+    }
+    EXPECT_NEAR(highest, surface, 1e-12) << "cycle " << cycle;
+    // A fresh approach: target at the origin, 40–139° further round, pitch −15..44.
+    EXPECT_EQ(run.camera.goalTarget[0], 0);
+    const double turned = run.camera.goalYaw - yaw - (12 * 0.1 * steps + 2.5 * 0.1);
+    EXPECT_GE(turned, 40 - 1e-9);
+    EXPECT_LE(turned, 139 + 1e-9);
+    EXPECT_GE(run.camera.goalPitch, -15);
+    EXPECT_LE(run.camera.goalPitch, 44);
+  }
+
+  // With a new seed after surfacing the step ends on the surface and the next
+  // surface is the new record's framing.
+  run.dive.newSeedAfterSurfacing = true;
+  run.dive.descending = false;
+  while (!run.dive.descending) diveStep(run.dive, run.camera, run.ctx);
+  EXPECT_EQ(run.camera.goalLogDist, surface);
+  EXPECT_EQ(run.newSeeds, 1);
+  EXPECT_EQ(run.dive.surfaceLogDist, std::log(2.5));
+}
+
+TEST(Dive, FindsTheDeepestPointNearTheCentre) {
+  Camera c;
+  FractalParams p;
+  setCameraFromParams(c, p);
+  const PictureFrame f = pictureFrame(c, 50, 200, 100, 0, 100);
+  // R = 6 round (100, 49): the trace's middle row seen from the top.
+  DepthImage img = emptyImage(200, 100);
+  auto set = [&](int x, int y, float d) { img.depth[size_t(y) * 200 + x] = d; };
+  set(100, 49, 1.0f);
+  set(103, 49, 1.5f);   // r/R = 0.5: score 1.05
+  set(100, 43, 2.0f);   // on the rim: score 0.8
+  set(105, 44, 5.0f);   // outside the circle
+  double point[3], expected[3];
+  ASSERT_TRUE(findDeepestPoint(f, img.reader(), 3.4, point));
+  EXPECT_EQ(img.lastBox[0], 94);
+  EXPECT_EQ(img.lastBox[1], 43);
+  EXPECT_EQ(img.lastBox[2], 13);
+  EXPECT_EQ(img.lastBox[3], 13);
+  unproject(f, 103.5, 49.5, 1.5, expected);
+  for (int i = 0; i < 3; ++i) EXPECT_NEAR(point[i], expected[i], 1e-12);
+
+  ASSERT_TRUE(findDeepestPoint(f, img.reader(), 1.2, point));  // only 1.0 is shallow enough
+  unproject(f, 100.5, 49.5, 1.0, expected);
+  EXPECT_NEAR(point[0], expected[0], 1e-12);
+  ASSERT_TRUE(findDeepestPoint(f, img.reader(), 0.5, point));  // none: the nearest
+  EXPECT_NEAR(point[0], expected[0], 1e-12);
+
+  // The panel's shift moves the box with the centre of the free part.
+  const PictureFrame shifted = pictureFrame(c, 50, 200, 100, 40, 200);
+  EXPECT_FALSE(findDeepestPoint(shifted, img.reader(), 3.4, point));
+  EXPECT_EQ(img.lastBox[0], 74);
+  DepthImage sky = emptyImage(200, 100);
+  EXPECT_FALSE(findDeepestPoint(f, sky.reader(), 3.4, point));
+}

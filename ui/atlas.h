@@ -1,0 +1,46 @@
+// atlas.h — building the interface's 1024 × 1024 single-channel atlas: the
+// glyph set, the three fonts packed in rows, the solid block, and the disc
+// and four-pointed star rasterised here (portable, shared by every backend).
+#pragma once
+
+#include "platform/platform.h"
+#include "ui/ui_context.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+inline constexpr int kAtlasSize = 1024;
+
+// The code points of the atlas, in packing order.
+const std::vector<uint32_t>& atlasGlyphSet();
+
+// What the rasteriser gave for one font.
+struct RasterFont {
+  platform::FontMetrics metrics;
+  int pixelHeight = 0;
+  std::vector<platform::GlyphBitmap> glyphs;  // one per code point of the set, in order
+};
+
+struct AtlasResult {
+  std::vector<uint8_t> pixels;       // kAtlasSize², rows top-down
+  UiFont fonts[kFontCount];
+  std::array<float, 4> discUv{}, starUv{};
+  int shapesTop = 0;                 // y of the disc and star row
+};
+
+// The fonts' requests at a DPI scale: families, weight and pixel height.
+platform::FontRequest fontRequest(UiFontId font, double scale);
+
+// Packs the fonts in order (rows from x = 8, cells of advance + 4, a row
+// wraps before reaching 1024), then the disc and the star below them, then
+// forces the 4 × 4 solid block at the top-left corner.
+void packAtlas(AtlasResult& out, const RasterFont (&fonts)[kFontCount]);
+
+// Rasterises the three fonts through the platform and packs them.
+bool buildAtlas(AtlasResult& out, double scale, std::string& error);
+
+// Coverage of a closed polygon (nonzero winding), added into an 8-bit image:
+// 16 sub-scanlines per row with exact horizontal span coverage.
+void fillPolygon(std::vector<uint8_t>& image, int stride, int height,
+                 const std::vector<std::array<float, 2>>& points);

@@ -1,0 +1,164 @@
+// ui_context.h — the interface's drawing layer: theme, fonts and layout
+// metrics, the single-channel glyph atlas, two draw layers of coloured,
+// textured triangles with per-command clip rectangles, the emitters the
+// widgets call, and the flush that draws everything in one program.
+//
+// Use, once per application after the GL table is loaded:
+//   UiContext ui;  initUi(ui, dpiScale, error);
+// then every frame: emitters (addRect, addText, …) fill layer 0, pop-ups and
+// tooltips go on layer 1 (setLayer), and flushUi draws both and empties them.
+//
+// Coordinates are client pixels, origin top-left, y down. Colours are 32-bit
+// 0xAARRGGBB. The layer is plain data: the tests read the vertices back.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// [SECTION] Theme, fonts, metrics
+
+// Theme entries in their fixed order; the widgets assign them to their parts.
+enum ThemeColor : int {
+  kColBackground, kColSurface, kColSurfaceHigh, kColSurfaceHover, kColControl,
+  kColBorder, kColMuted, kColText, kColTextStrong, kColTextDim,
+  kColAccent, kColAccentHover, kColOnAccent, kColError, kColTrack,
+  kColPanel, kColTextOnPanel, kColAccentAlt, kColViolet,
+  kColAccent2, kColAccent3,
+  kThemeSize
+};
+std::array<uint32_t, kThemeSize> defaultTheme();
+
+enum UiFontId : int { kFontBody, kFontHeading, kFontSmall, kFontCount };
+
+// One glyph cell of the atlas. The cell starts 2 pixels left of the pen.
+struct Glyph {
+  float u0 = 0, v0 = 0, u1 = 0, v1 = 0;  // texture coordinates of the cell
+  int cellW = 0, cellH = 0;              // cell size in pixels
+  int advance = 0;                       // pen advance in pixels
+};
+
+// Code points of the atlas live below this bound; larger ones are never in it.
+inline constexpr uint32_t kGlyphTableSize = 0x2800;
+
+struct UiFont {
+  std::string face;          // the face the rasteriser actually used
+  int pixelHeight = 0;       // em height in pixels
+  int ascent = 0, height = 0;
+  std::vector<Glyph> glyphs;
+  std::vector<int16_t> slot;  // code point → index into glyphs, −1 outside the set
+};
+
+// A glyph of the font, or null when the code point is outside the set.
+const Glyph* findGlyph(const UiFont& f, uint32_t codepoint);
+
+// Logical pixels; multiply by the scale (scaled()).
+struct UiMetrics {
+  float panelWidth = 372.0f;
+  float rowHeight = 34.0f;
+  float padding = 18.0f;
+  float spacing = 8.0f;
+  float padding2 = 18.0f;
+};
+
+// [SECTION] Draw layers
+
+// 20 bytes: attribute 0 aPos (offset 0), 1 aUv (8), 2 aCol (16, RGBA bytes).
+struct UiVertex {
+  float x, y;
+  float u, v;
+  uint8_t r, g, b, a;
+};
+static_assert(sizeof(UiVertex) == 20);
+
+// One draw call: a range of vertices under one clip rectangle.
+struct DrawCommand {
+  uint32_t firstVertex = 0;
+  uint32_t vertexCount = 0;
+  float x0 = 0, y0 = 0, x1 = 0, y1 = 0;  // clip rectangle in pixels
+};
+
+// A current command always exists (after beginLayer), so the emitters only
+// append; changing the clip starts a new command unless the current one is
+// still empty.
+struct DrawLayer {
+  std::vector<UiVertex> vertices;
+  std::vector<DrawCommand> commands;
+  std::vector<std::array<float, 4>> clipStack;  // x0, y0, x1, y1; bottom = whole screen
+};
+
+struct ScissorBox { int x = 0, y = 0, w = 0, h = 0; };
+// GL scissor (origin bottom-left) of a clip rectangle on a target `height`
+// pixels tall. A rectangle of negative size gives an empty box.
+ScissorBox scissorFor(const DrawCommand& c, int height);
+
+// [SECTION] Context
+
+struct UiContext {
+  std::array<uint32_t, kThemeSize> theme = defaultTheme();
+  UiFont fonts[kFontCount];
+  UiMetrics metrics;
+  double scale = 1.0;  // DPI / 96
+
+  // Atlas regions: the solid texel, the disc and the star (u0, v0, u1, v1).
+  float solidU = 2.0f / 1024, solidV = 2.0f / 1024;
+  std::array<float, 4> discUv{}, starUv{};
+
+  // GL objects (0 until initUi).
+  uint32_t texture = 0, program = 0, vertexArray = 0, vertexBuffer = 0;
+  int32_t locScreen = -1, locTex = -1;
+
+  DrawLayer layers[2];
+  int current = 0;  // the layer the emitters fill
+};
+
+// Logical pixels times the scale, rounded: the geometry of the interface.
+float scaled(const UiContext& ui, float logical);
+
+// Rasterises the atlas (fonts through the platform), uploads it, builds the
+// program and the vertex objects. False with "Не удалось собрать шейдер
+// интерфейса" when the program does not link, or the rasteriser's error when
+// no font can be opened.
+bool initUi(UiContext& ui, double scale, std::string& error);
+// The same without GL: fonts, atlas regions and empty layers; the atlas
+// pixels are returned for inspection. For tests and benchmarks.
+bool buildUiCpu(UiContext& ui, double scale, std::vector<uint8_t>& atlasPixels, std::string& error);
+void destroyUi(UiContext& ui);
+
+// Starts a frame's layers for a `width` × `height` client: both emptied,
+// whole-screen clip, layer 0 current.
+void beginFrame(UiContext& ui, int width, int height);
+// Draws layer 0 then layer 1 into framebuffer `fbo` and empties them.
+void flushUi(UiContext& ui, int width, int height, uint32_t fbo);
+
+// [SECTION] Emitters
+// Rectangles are x, y, w, h; every emitter appends to the current layer
+// under its current clip rectangle.
+
+void setLayer(UiContext& ui, int layer);
+// Intersects with the current clip (pass intersect = false to replace it).
+void pushClip(UiContext& ui, float x, float y, float w, float h, bool intersect = true);
+void popClip(UiContext& ui);
+
+void addRect(UiContext& ui, float x, float y, float w, float h, uint32_t color);
+// Rounded rectangle; a border of `borderWidth` pixels in `border` when > 0.
+void addRoundRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t fill,
+                  uint32_t border = 0, float borderWidth = 0);
+// Rounded rectangle whose fill runs from `top` to `bottom` colour.
+void addGradientRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t top,
+                     uint32_t bottom, uint32_t border = 0, float borderWidth = 0);
+void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t color);
+void addStar(UiContext& ui, float cx, float cy, float radius, uint32_t color);
+// A UTF-8 run whose line top is at y; glyphs past x + clipWidth are cut.
+// Returns the pen advance (full, unclipped width). Code points outside the
+// set (and malformed bytes) draw and advance nothing.
+float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view utf8, uint32_t color,
+              float clipWidth = 1e9f);
+float textWidth(const UiContext& ui, UiFontId font, std::string_view utf8);
+// The font's line height in pixels.
+float lineHeight(const UiContext& ui, UiFontId font);
+
+// Decodes one code point at `i` and moves past it; 0xFFFD for malformed bytes.
+uint32_t nextCodepoint(std::string_view s, size_t& i);

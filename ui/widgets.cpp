@@ -1,0 +1,428 @@
+// widgets.cpp — the side panel's immediate-mode widgets over the drawing
+// layer: each reads the frame's input, draws itself, registers its
+// rectangle and reports edits.
+//
+// Index
+//   [SECTION] Frame and layout
+//   [SECTION] Shared pieces      hover, registration, tooltips, clipping
+//   [SECTION] Buttons and pills
+//   [SECTION] Slider
+//   [SECTION] Toggle and section
+//   [SECTION] Text and colour fields
+#include "ui/widgets.h"
+
+#include "ui/ui_context.h"
+
+#include <algorithm>
+#include <cmath>
+
+// [SECTION] Frame and layout
+
+void beginWidgets(WidgetState& w, UiContext* ui, const WidgetInput& in, const WidgetLayout& lay) {
+  w.ui = ui;
+  w.in = in;
+  w.lay = lay;
+  clearRegistry(w.registry);
+  w.tooltip.clear();
+  w.wantsMouse = !w.active.empty() || !w.focus.empty();
+  // A press anywhere but on the focused field ends its edit without applying
+  // it: the field that owns the press re-takes the focus when it is its own.
+  w.focusLostTo.clear();
+  if (in.mousePressed && !w.focus.empty()) {
+    w.focusLostTo = w.focus;
+    w.focus.clear();
+  }
+  if (!in.mouseDown && !in.mouseReleased && !in.mousePressed) w.active.clear();
+}
+
+namespace {
+
+float sc(const WidgetState& w, float logical) { return std::round(logical * w.lay.scale); }
+
+bool visible(const WidgetState& w, const WidgetRect& r) {
+  return r.y1 > w.lay.clipY0 && r.y0 < w.lay.clipY1;
+}
+
+bool hovered(const WidgetState& w, const WidgetRect& r) {
+  return r.contains(w.in.mouseX, w.in.mouseY) && w.in.mouseY >= w.lay.clipY0 &&
+         w.in.mouseY < w.lay.clipY1;
+}
+
+}  // namespace
+
+void endWidgets(WidgetState& w) {
+  if (w.tooltip.empty() || !w.ui) return;
+  UiContext& ui = *w.ui;
+  setLayer(ui, 1);
+  float pad = sc(w, 8);
+  float tw = textWidth(ui, kFontSmall, w.tooltip);
+  float th = lineHeight(ui, kFontSmall);
+  float x = w.in.mouseX + sc(w, 14), y = w.in.mouseY + sc(w, 18);
+  // Keep it on screen: flip to the cursor's left near the right edge.
+  if (x + tw + 2 * pad > w.lay.x1 + sc(w, 18)) x = w.in.mouseX - tw - 2 * pad - sc(w, 6);
+  addRoundRect(ui, x, y, tw + 2 * pad, th + 2 * pad, sc(w, 6), ui.theme[kColBackground],
+               ui.theme[kColMuted], std::max(1.0f, sc(w, 1)));
+  addText(ui, kFontSmall, x + pad, y + pad, w.tooltip, ui.theme[kColText]);
+  setLayer(ui, 0);
+}
+
+float rowHeight(const WidgetState& w) { return sc(w, 34); }
+float spacing(const WidgetState& w) { return sc(w, 8); }
+
+void gap(WidgetState& w, float logicalPixels) { w.lay.y += sc(w, logicalPixels); }
+
+// [SECTION] Shared pieces
+
+namespace {
+
+// Takes the next `height` pixels of the column.
+WidgetRect nextRow(WidgetState& w, float height) {
+  WidgetRect r{w.lay.x0, w.lay.y, w.lay.x1, w.lay.y + height};
+  w.lay.y += height + spacing(w);
+  return r;
+}
+
+// Registers a widget whose centre the reader can see, notes hover for the
+// mouse claim and the tooltip, and says whether the cursor is on it.
+bool place(WidgetState& w, const std::string& id, const WidgetRect& r, const std::string& tip) {
+  bool centreShown = r.centreY() >= w.lay.clipY0 && r.centreY() < w.lay.clipY1;
+  if (centreShown && !id.empty()) registerWidget(w.registry, id, r);
+  bool hot = hovered(w, r);
+  if (hot) {
+    w.wantsMouse = true;
+    if (!tip.empty()) w.tooltip = tip;
+  }
+  return hot;
+}
+
+uint32_t col(const WidgetState& w, ThemeColor c) { return w.ui->theme[c]; }
+
+float textY(const WidgetState& w, const WidgetRect& r, UiFontId font) {
+  return std::round(r.y0 + (r.height() - lineHeight(*w.ui, font)) * 0.5f);
+}
+
+void centredText(WidgetState& w, const WidgetRect& r, const std::string& text, uint32_t colour,
+                 UiFontId font = kFontBody) {
+  float tw = textWidth(*w.ui, font, text);
+  float pad = sc(w, 6);
+  float x = std::max(r.x0 + pad, std::round(r.centreX() - tw * 0.5f));
+  addText(*w.ui, font, x, textY(w, r, font), text, colour, r.x1 - pad - x);
+}
+
+}  // namespace
+
+void label(WidgetState& w, const std::string& text, bool heading) {
+  UiFontId font = heading ? kFontHeading : kFontSmall;
+  float h = lineHeight(*w.ui, font) + sc(w, heading ? 6 : 2);
+  WidgetRect r = nextRow(w, h);
+  if (!visible(w, r)) return;
+  uint32_t c = heading ? col(w, kColTextStrong) : col(w, kColTextDim);
+  addText(*w.ui, font, r.x0, r.y0 + sc(w, heading ? 4 : 0), text, c, r.width());
+}
+
+// [SECTION] Buttons and pills
+
+bool button(WidgetState& w, const std::string& text, const std::string& tip) {
+  WidgetRect r = nextRow(w, rowHeight(w));
+  bool hot = place(w, "bt:" + text, r, tip);
+  if (visible(w, r)) {
+    uint32_t fill = hot && w.in.mouseDown ? col(w, kColSurfaceHigh) : hot ? col(w, kColSurfaceHover) : col(w, kColSurface);
+    addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), sc(w, 8), fill, col(w, kColBorder),
+                 std::max(1.0f, sc(w, 1)));
+    centredText(w, r, text, col(w, kColText));
+  }
+  return hot && w.in.mousePressed;
+}
+
+bool pills(WidgetState& w, const std::vector<std::string>& labels, int& choice, int perRow,
+           const std::string& idPrefix) {
+  if (labels.empty()) return false;
+  int n = int(labels.size());
+  if (perRow <= 0) perRow = n;
+  float gapX = sc(w, 6);
+  float h = sc(w, 30);
+  bool changed = false;
+  for (int first = 0; first < n; first += perRow) {
+    int count = std::min(perRow, n - first);
+    WidgetRect row = nextRow(w, h);
+    row.y1 = row.y0 + h;
+    // Every pill of a wrapped block keeps the width of a full row's pill.
+    float pw = (row.width() - gapX * float(perRow - 1)) / float(perRow);
+    for (int i = 0; i < count; ++i) {
+      int k = first + i;
+      float x = std::round(row.x0 + float(i) * (pw + gapX));
+      WidgetRect r{x, row.y0, std::round(x + pw), row.y1};
+      bool hot = place(w, idPrefix + labels[k], r, "");
+      if (visible(w, r)) {
+        bool on = k == choice;
+        uint32_t fill = on ? (hot ? col(w, kColAccentHover) : col(w, kColAccent))
+                           : (hot ? col(w, kColSurfaceHover) : col(w, kColSurface));
+        addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), r.height() * 0.5f, fill,
+                     on ? 0 : col(w, kColBorder), on ? 0 : std::max(1.0f, sc(w, 1)));
+        centredText(w, r, labels[k], on ? col(w, kColOnAccent) : col(w, kColText), kFontSmall);
+      }
+      if (hot && w.in.mousePressed && k != choice) {
+        choice = k;
+        changed = true;
+      }
+    }
+  }
+  return changed;
+}
+
+// [SECTION] Slider
+
+namespace {
+
+// The row: label at the left, value at the right, the track under them.
+struct SliderGeometry {
+  WidgetRect row, track;
+  float knobX = 0;
+};
+
+SliderGeometry sliderGeometry(WidgetState& w, const SliderSpec& spec, double value) {
+  SliderGeometry g;
+  g.row = nextRow(w, rowHeight(w) + sc(w, 4));
+  float inset = sc(w, 7);
+  float ty = g.row.y1 - sc(w, 9);
+  g.track = {g.row.x0 + inset, ty - sc(w, 2), g.row.x1 - inset, ty + sc(w, 2)};
+  g.knobX = g.track.x0 + float(sliderFraction(spec, value)) * g.track.width();
+  return g;
+}
+
+void drawSlider(WidgetState& w, const SliderGeometry& g, const std::string& text, const std::string& shown,
+                bool hot, bool typing) {
+  UiContext& ui = *w.ui;
+  float lh = lineHeight(ui, kFontSmall);
+  float valueW = textWidth(ui, kFontSmall, shown);
+  addText(ui, kFontSmall, g.row.x0, g.row.y0, text, col(w, kColTextDim),
+          g.row.width() - valueW - sc(w, 10));
+  if (typing) {
+    float bw = std::max(valueW + sc(w, 14), sc(w, 80));
+    addRoundRect(ui, g.row.x1 - bw, g.row.y0 - sc(w, 2), bw, lh + sc(w, 4), sc(w, 4), col(w, kColBackground),
+                 col(w, kColAccent), std::max(1.0f, sc(w, 1)));
+    float x = g.row.x1 - bw + sc(w, 6);
+    float end = addText(ui, kFontSmall, x, g.row.y0, shown, col(w, kColTextStrong));
+    addRect(ui, x + end + 1, g.row.y0, std::max(1.0f, sc(w, 1.5f)), lh, col(w, kColAccent));
+  } else {
+    addText(ui, kFontSmall, g.row.x1 - valueW, g.row.y0, shown, col(w, kColText));
+  }
+  const WidgetRect& t = g.track;
+  addRoundRect(ui, t.x0, t.y0, t.width(), t.height(), t.height() * 0.5f, col(w, kColTrack));
+  addRoundRect(ui, t.x0, t.y0, g.knobX - t.x0, t.height(), t.height() * 0.5f, col(w, kColAccent));
+  float knob = sc(w, hot ? 8 : 7);
+  addDisc(ui, g.knobX, t.centreY(), knob, hot ? col(w, kColAccentHover) : col(w, kColAccent));
+}
+
+// Double click: the value is typed. Enter applies it within the range.
+Edit sliderTyping(WidgetState& w, double& value, const SliderSpec& spec) {
+  TextKeys keys = w.in.keys;
+  EditOutcome o = applyTextKeys(w.edit, keys);
+  if (o == EditOutcome::Cancelled) w.focus.clear();
+  if (o != EditOutcome::Committed) return Edit::None;
+  w.focus.clear();
+  double typed = 0;
+  if (!parseNumber(editText(w.edit), typed)) return Edit::None;
+  typed = std::clamp(roundToDecimals(typed, std::max(spec.decimals, 6)), spec.lo, spec.hi);
+  if (typed == value) return Edit::None;
+  value = typed;
+  return Edit::Finished;
+}
+
+}  // namespace
+
+Edit slider(WidgetState& w, const std::string& text, double& value, const SliderSpec& spec,
+            const std::string& tip) {
+  std::string id = "sl:" + text;
+  SliderGeometry g = sliderGeometry(w, spec, value);
+  bool hot = place(w, id, g.row, tip);
+  Edit result = Edit::None;
+  if (w.focus == id) {
+    result = sliderTyping(w, value, spec);
+  } else if (hot && w.in.doubleClicked) {
+    w.focus = id;
+    w.active.clear();
+    beginEdit(w.edit, formatSliderValue({spec.lo, spec.hi, spec.decimals, "", false, nullptr}, value));
+  } else if (hot && w.in.mousePressed) {
+    w.active = id;
+    w.activeStart = value;
+    // Shift starts a fine drag from the value as it is; a plain press puts
+    // the value under the cursor.
+    if (!w.in.shiftHeld) value = sliderValueAt(spec, g.track.x0, g.track.width(), w.in.mouseX);
+    w.lastMouseX = w.in.mouseX;
+    result = value != w.activeStart ? Edit::Changing : Edit::None;
+  } else if (w.active == id && w.in.mouseDown) {
+    double before = value;
+    if (w.in.shiftHeld) value = sliderFineStep(spec, value, w.in.mouseX - w.lastMouseX, g.track.width());
+    else value = sliderValueAt(spec, g.track.x0, g.track.width(), w.in.mouseX);
+    w.lastMouseX = w.in.mouseX;
+    result = value != before ? Edit::Changing : Edit::None;
+  }
+  // The release ends the edit: one finished edit per drag, whatever it moved.
+  if (w.active == id && w.in.mouseReleased && !w.in.mouseDown) {
+    w.active.clear();
+    if (value != w.activeStart) result = Edit::Finished;
+  }
+  if (w.active == id) w.wantsMouse = true;
+  if (visible(w, g.row)) {
+    bool typing = w.focus == id;
+    std::string shown = typing ? editText(w.edit) : formatSliderValue(spec, value);
+    drawSlider(w, g, text, shown, hot || w.active == id, typing);
+  }
+  return result;
+}
+
+// [SECTION] Toggle and section
+
+bool toggle(WidgetState& w, const std::string& text, bool& value, const std::string& tip) {
+  WidgetRect r = nextRow(w, sc(w, 28));
+  bool hot = place(w, "tg:" + text, r, tip);
+  bool changed = false;
+  if (hot && w.in.mousePressed) {
+    value = !value;
+    changed = true;
+  }
+  if (!visible(w, r)) return changed;
+  UiContext& ui = *w.ui;
+  float sw = sc(w, 38), sh = sc(w, 22);
+  float sx = r.x1 - sw, sy = std::round(r.centreY() - sh * 0.5f);
+  addText(ui, kFontSmall, r.x0, textY(w, r, kFontSmall), text, hot ? col(w, kColTextStrong) : col(w, kColText),
+          sx - r.x0 - sc(w, 8));
+  addRoundRect(ui, sx, sy, sw, sh, sh * 0.5f, value ? col(w, kColAccent) : col(w, kColSurface),
+               value ? 0 : col(w, kColBorder), value ? 0 : std::max(1.0f, sc(w, 1)));
+  float knobR = sh * 0.5f - sc(w, 3);
+  float kx = value ? sx + sw - sh * 0.5f : sx + sh * 0.5f;
+  addDisc(ui, kx, sy + sh * 0.5f, knobR, value ? col(w, kColOnAccent) : col(w, kColMuted));
+  return changed;
+}
+
+bool section(WidgetState& w, const std::string& title, bool& open) {
+  WidgetRect r = nextRow(w, sc(w, 28));
+  bool hot = place(w, "sc:" + title, r, "");
+  if (hot && w.in.mousePressed) open = !open;
+  if (visible(w, r)) {
+    UiContext& ui = *w.ui;
+    addRect(ui, r.x0, r.y1 - std::max(1.0f, sc(w, 1)), r.width(), std::max(1.0f, sc(w, 1)), col(w, kColBorder));
+    // ▾ open, → closed: both are in the atlas's glyph set.
+    const char* mark = open ? "\u25BE" : "\u2192";
+    float y = textY(w, r, kFontHeading);
+    addText(ui, kFontHeading, r.x0, y, mark, col(w, kColAccent));
+    addText(ui, kFontHeading, r.x0 + sc(w, 20), y, title,
+            hot ? col(w, kColAccentHover) : col(w, kColTextStrong), r.width() - sc(w, 20));
+  }
+  return open;
+}
+
+// [SECTION] Text and colour fields
+
+namespace {
+
+// Focus and editing shared by the text and colour fields. Returns the
+// outcome of this frame's keys when the field has the focus.
+EditOutcome fieldInput(WidgetState& w, const std::string& id, const std::string& value, bool hot) {
+  if (hot && w.in.mousePressed && w.focus != id) {
+    // A click into the field being edited keeps the edit going.
+    bool same = w.focusLostTo == id;
+    w.focus = id;
+    if (!same) {
+      beginEdit(w.edit, value);
+      return EditOutcome::None;  // the keys of the click's frame are not this field's
+    }
+  }
+  if (w.focus != id) return EditOutcome::None;
+  EditOutcome o = applyTextKeys(w.edit, w.in.keys);
+  if (o == EditOutcome::Cancelled) w.focus.clear();
+  return o;
+}
+
+void drawFieldBox(WidgetState& w, const WidgetRect& box, const std::string& shown, bool focused, bool hot,
+                  bool bad, bool placeholder, float textX0) {
+  UiContext& ui = *w.ui;
+  uint32_t border = bad ? col(w, kColError) : focused ? col(w, kColAccent) : hot ? col(w, kColMuted) : col(w, kColBorder);
+  addRoundRect(ui, box.x0, box.y0, box.width(), box.height(), sc(w, 6), col(w, kColBackground), border,
+               std::max(1.0f, sc(w, focused ? 2.0f : 1.0f)));
+  float pad = sc(w, 10);
+  float x = textX0 > 0 ? textX0 : box.x0 + pad;
+  float y = textY(w, box, kFontBody);
+  float room = box.x1 - pad - x;
+  pushClip(ui, x, box.y0, std::max(0.0f, room + 2), box.height());
+  // A long text scrolls left so that the caret (at its end) stays in view.
+  float tw = textWidth(ui, kFontBody, shown);
+  float shift = focused && tw > room - 2 ? tw - (room - 2) : 0;
+  uint32_t c = placeholder ? col(w, kColMuted) : bad ? col(w, kColError) : col(w, kColTextStrong);
+  addText(ui, kFontBody, x - shift, y, shown, c);
+  if (focused) {
+    std::string before = encodeUtf8({w.edit.text.begin(), w.edit.text.begin() + long(w.edit.caret)});
+    float cx = x - shift + textWidth(ui, kFontBody, before);
+    addRect(ui, cx, y, std::max(1.0f, sc(w, 1.5f)), lineHeight(ui, kFontBody), col(w, kColAccent));
+  }
+  popClip(ui);
+}
+
+}  // namespace
+
+Edit textField(WidgetState& w, const std::string& text, std::string& value, const std::string& placeholder) {
+  std::string id = "tx:" + text;
+  label(w, text);
+  WidgetRect box = nextRow(w, rowHeight(w));
+  bool hot = place(w, id, box, "");
+  if (hot) w.wantsMouse = true;
+  EditOutcome o = fieldInput(w, id, value, hot);
+  Edit result = Edit::None;
+  if (o == EditOutcome::Committed) {
+    w.focus.clear();
+    value = editText(w.edit);
+    result = Edit::Finished;
+  }
+  if (visible(w, box)) {
+    bool focused = w.focus == id;
+    std::string shown = focused ? editText(w.edit) : value;
+    bool ph = shown.empty() && !focused;
+    drawFieldBox(w, box, ph ? placeholder : shown, focused, hot, false, ph, 0);
+  }
+  return result;
+}
+
+Edit colourField(WidgetState& w, const std::string& text, std::string& value) {
+  std::string id = "cl:" + text;
+  WidgetRect row = nextRow(w, sc(w, 30));
+  float boxW = sc(w, 150);
+  WidgetRect box{row.x1 - boxW, row.y0, row.x1, row.y1};
+  bool hot = place(w, id, box, "#rrggbb");
+  EditOutcome o = fieldInput(w, id, value, hot);
+  Edit result = Edit::None;
+  bool bad = false;
+  if (w.focus == id) {
+    std::string typed = editText(w.edit), ok;
+    bad = !normaliseHexColour(typed, ok);
+    if (o == EditOutcome::Committed) {
+      // A bad colour is refused: the field stays open for correction and
+      // the record keeps its colour.
+      if (!bad) {
+        w.focus.clear();
+        if (ok != value) {
+          value = ok;
+          result = Edit::Finished;
+        }
+      }
+    }
+  }
+  if (!visible(w, row)) return result;
+  UiContext& ui = *w.ui;
+  addText(ui, kFontSmall, row.x0, textY(w, row, kFontSmall), text, col(w, kColTextDim),
+          box.x0 - row.x0 - sc(w, 8));
+  bool focused = w.focus == id;
+  std::string shown = focused ? editText(w.edit) : value;
+  float sw = sc(w, 18);
+  float textX = box.x0 + sc(w, 10) + sw + sc(w, 8);
+  drawFieldBox(w, box, shown, focused, hot, bad, false, textX);
+  std::string swatchText = value, ok;
+  if (focused && normaliseHexColour(editText(w.edit), ok)) swatchText = ok;
+  uint32_t swatch = 0xff000000;
+  if (isHexColour(swatchText)) {
+    swatch = 0xff000000 | std::stoul(swatchText.substr(1), nullptr, 16);
+  }
+  float sy = std::round(box.centreY() - sw * 0.5f);
+  addRoundRect(ui, box.x0 + sc(w, 8), sy, sw, sw, sc(w, 4), swatch, col(w, kColMuted), std::max(1.0f, sc(w, 1)));
+  return result;
+}
