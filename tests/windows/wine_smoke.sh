@@ -2,7 +2,8 @@
 # Windows smoke test: cross-builds quorvantelix3d.exe with mingw-w64 and runs
 # it under Wine on a virtual X display (Mesa's llvmpipe behind WGL), checking
 # it against the Linux build of the same tree:
-#   1. the .exe imports system DLLs only;
+#   1. the .exe imports system DLLs only, and the backend's own checks pass
+#      (platform_win32_test: glyphs, PNG pixels, posted events, folders);
 #   2. --print-preset of a Cyrillic seed equals the Linux output byte for byte;
 #   3. a --shot at 320x180 passes pngcheck and carries the Linux shot's preset;
 #   4. a PNG written by the Linux build opens (its preset reads back the same);
@@ -39,7 +40,7 @@ if [ "${1:-}" != "--inside-display" ]; then
     cmake -S . -B "$win_build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
       -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" >/dev/null || die "cross configure failed"
   fi
-  cmake --build "$win_build" --target quorvantelix3d || die "cross build failed"
+  cmake --build "$win_build" --target quorvantelix3d platform_win32_test || die "cross build failed"
   # One display for every Wine process of the run: Wine's desktop process
   # keeps the display it started with.
   exec xvfb-run -a -s "-screen 0 1920x1080x24" "$0" --inside-display
@@ -76,6 +77,13 @@ imports_are_system_dlls() {
   dlls=$(x86_64-w64-mingw32-objdump -p "$exe" | sed -n 's/^\s*DLL Name: //p' | tr 'A-Z' 'a-z')
   bad=$(grep -Ev "$allowed" <<<"$dlls")
   [ -z "$bad" ] || { say "  not a system DLL: $bad"; return 1; }
+}
+
+backend_checks_pass() {
+  timeout 60 wine "$win_build/tests/windows/platform_win32_test.exe" >"$work/platform.out" 2>&1 && return 0
+  grep -E '^FAIL' "$work/platform.out" | sed 's/^/  /'
+  tail -1 "$work/platform.out" | sed 's/^/  /'
+  return 1
 }
 
 print_preset_matches() {
@@ -126,6 +134,7 @@ input_test_passes() {
 }
 
 check "imports only system DLLs" imports_are_system_dlls
+check "the Windows backend's own checks" backend_checks_pass
 check "--print-preset of a Cyrillic seed equals Linux" print_preset_matches
 check "--shot PNG passes pngcheck, preset equals the Linux shot's" shot_matches
 check "a PNG from the Linux build opens" linux_png_opens
