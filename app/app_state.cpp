@@ -90,13 +90,16 @@ void applyLaunchOptions(AppState& s, const LaunchOptions& o) {
     s.camera.yaw = wrapDegreesNear(s.camera.yaw, s.camera.goalYaw);
     snapCamera(s.camera);
   }
-  s.diveActive = false;
-  s.liveMode = false;
+  s.dive.on = false;
+  s.live.on = false;
   // The panel does not exist yet; its width joins here once it does.
   s.uiOffset = 0;
-  // A dive waits for dive mode; until then only its speed is kept, in the
-  // setting the dive reads (a launched run never saves it).
-  if (o.dive > 0) s.settings.diveSpeed = o.diveSpeed;
+  // The speed goes into the setting the dive reads (a launched run never
+  // saves it); the shot stops the dive after its time or below its depth.
+  if (o.dive > 0) {
+    s.settings.diveSpeed = o.diveSpeed;
+    setDive(s.dive, s.camera, s.params, true);
+  }
 }
 
 CameraView cameraViewOf(const Camera& c, double fovDegrees) {
@@ -111,4 +114,34 @@ CameraView cameraViewOf(const Camera& c, double fovDegrees) {
   v.distance = pose.distance;
   v.tanHalfFov = std::tan(fovDegrees * 3.14159265358979323846 / 360.0);
   return v;
+}
+
+FrameInput frameInputOf(AppState& s, double now, bool moving) {
+  FrameInput in;
+  in.now = now;
+  platform::drawableSize(s.window, in.width, in.height);
+  in.windowFbo = platform::defaultFramebuffer(s.window);
+  in.params = s.live.on ? &s.liveShown : &s.params;
+  in.camera = cameraViewOf(s.camera, s.params.fov);
+  in.cameraMoving = moving;
+  in.animating = s.live.on || s.dive.on;
+  in.diveActive = s.dive.on;
+  in.deepForced = s.deepForced;
+  in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
+  in.targetSamples = targetSampleCount(s);
+  in.settings = &s.settings;
+  return in;
+}
+
+PictureFrame pictureOf(const AppState& s) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  return pictureFrame(s.camera, s.params.fov, s.renderer.renderWidth, s.renderer.renderHeight,
+                      s.renderer.shift, h);
+}
+
+DepthReader depthReaderOf(AppState& s) {
+  return [&s](int x0, int y0, int w, int h, std::vector<float>& out) {
+    return readDepthBox(s.renderer, x0, y0, w, h, out);
+  };
 }

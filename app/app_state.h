@@ -7,9 +7,13 @@
 #include "model/history.h"
 #include "model/params.h"
 #include "nav/camera.h"
+#include "nav/dive.h"
+#include "nav/live.h"
+#include "nav/picture.h"
 #include "render/renderer.h"
 
 #include <cstdint>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -69,8 +73,12 @@ struct AppState {
   bool uiHidden = false;
   int activeTab = 0;
   double uiOffset = 0;               // image shift target while the panel shows
-  bool diveActive = false;
-  bool liveMode = false;
+  DiveState dive;
+  LiveState live;
+  FractalParams liveShown;           // the morphed copy the renderer draws while live
+  int fitCountdown = 0;              // frames of fitting to the frame still allowed
+  bool focusLocked = false;          // a pick leaves the focus distance alone
+  std::mt19937 rng{std::random_device{}()};  // mutation and crossbreeding
 
   bool cameraWasMoving = false;      // for the history step when motion ends
   double lastFrameTime = -1;
@@ -82,6 +90,9 @@ struct AppState {
   double dpiScale = 1;
   bool unattended = false;           // shot, input test, screen saver: messages also go to stderr
   bool redraw = false;               // something changed: draw the next frame at once
+  bool quitRequested = false;        // the screen saver ends, or a photo's close asked to quit
+  bool saverInHost = false;          // the screen saver draws into a host's window (host owns input)
+  bool photoRunning = false;         // a photo render holds the loop
 };
 
 // The record with the live camera pose, as history and shots store it.
@@ -110,3 +121,8 @@ int targetSampleCount(const AppState& s);
 void applyLaunchOptions(AppState& s, const LaunchOptions& o);
 // The renderer's view of the shown camera.
 CameraView cameraViewOf(const Camera& c, double fovDegrees);
+// What the frame driver and the photo render get for the current state.
+FrameInput frameInputOf(AppState& s, double now, bool moving);
+// The traced picture as navigation sees it, and how to read its depths.
+PictureFrame pictureOf(const AppState& s);
+DepthReader depthReaderOf(AppState& s);

@@ -39,12 +39,24 @@ void toggleRotation(AppState& s);
 void returnCamera(AppState& s);
 // Frames the fractal on the next still picture.
 void requestFit(AppState& s);
+// The rotation centre onto the surface in the middle of the free picture.
+void centreOnCentre(AppState& s);
 void toggleHelp(AppState& s);
+// Borderless fullscreen and back to the exact windowed placement.
+void toggleFullscreen(AppState& s);
 void toggleInterface(AppState& s);
 // The vsync setting takes effect at once.
 void applyVsync(AppState& s);
 
 // [SECTION] Files and photos
+
+inline constexpr const char* kMsgNoOpenDialog =
+    "Окно выбора файла недоступно: перетащите файл на окно программы, передайте путь "
+    "в командной строке или введите его на вкладке «Архив»";
+inline constexpr const char* kMsgNoSaveDialog =
+    "Окно сохранения недоступно (нет портала рабочего стола и zenity): введите путь "
+    "на вкладке «Архив»";
+inline constexpr const char* kMsgPhotoCancelled = "Рендер отменён";
 
 // Ctrl+S: the save dialog, else a message saying how to save instead.
 void savePresetFlow(AppState& s);
@@ -60,6 +72,9 @@ void crossbreedFlow(AppState& s);
 // P and the Render tab: a save dialog, then the tiled render at w×h with
 // `samples` samples, written as a PNG with the preset inside.
 void photoFlow(AppState& s, int w, int h, int samples);
+// The photo without its dialog: false when cancelled (Esc or the window's
+// close); true otherwise, with `problem` set when the file was not written.
+bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem);
 
 // [SECTION] Queries
 

@@ -1,7 +1,8 @@
-// The scripted input self-test (--input-test). The widget-driven script
-// needs the interface and the key bindings; until they are in, the test
-// runs no steps and its log says so, while the loop, the scene set-up and
-// the log file already follow the full flow.
+// The scripted input self-test (--input-test): it drives the real window
+// with posted mouse and keyboard events, the same path a user's events take,
+// one action per frame, and checks that the panel and the camera reacted.
+// Each check adds a line "ОК   …" or "ОШИБКА …" to the log; a widget that
+// is not on screen adds "  нет виджета <id>" and fails only its own step.
 #pragma once
 
 #include "app/app_state.h"
@@ -10,10 +11,20 @@
 
 struct InputTestState {
   AppState* app = nullptr;
-  int step = 0;
+  int step = 0;              // index into the script
+  int wait = 0;              // frames left before the step's check
+  int phase = 0;             // within a step: 0 act, 1 check
+  int attempts = 0;          // scrolls tried while looking for a widget
   bool finished = false;
+  bool lastFailed = false;   // the previous action failed (its follow-up is skipped)
   std::string log;
+  // What a check compares with, taken when its action began.
+  double before[3] = {0, 0, 0};
+  std::string beforeText;
 };
 
 // One step per frame; sets `finished` after the last.
 void inputTestStep(InputTestState& t);
+
+// The log line of one check.
+std::string checkLine(bool ok, const std::string& description);

@@ -2,6 +2,7 @@
 // the application record into the plain records ui/ draws from.
 #include "app/interface.h"
 
+#include "app/panel.h"
 #include "model/tables.h"
 #include "nav/camera.h"
 #include "platform/platform.h"
@@ -66,7 +67,7 @@ void drawInterface(AppState& s, int width, int height, uint32_t fbo) {
   if (!g_ui || s.screensaverMode || width <= 0 || height <= 0) return;
   UiContext& ui = *g_ui;
   beginFrame(ui, width, height);
-  // The side panel goes here (drawPanel), before the overlays.
+  drawPanel(s, ui, width, height);
   if (s.helpShown) drawHelp(ui, width, height, panelLeftEdge(s, width));
   drawStatus(ui, statusInfo(s, width, height, platform::now()));
   flushUi(ui, width, height, fbo);

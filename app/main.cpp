@@ -11,6 +11,9 @@
 //   [SECTION] The loop
 //   [SECTION] Entry
 #include "app/app_state.h"
+#include "app/commands.h"
+#include "app/dispatch.h"
+#include "app/frame.h"
 #include "app/input_test.h"
 #include "app/interface.h"
 #include "app/launch.h"
@@ -18,6 +21,7 @@
 #include "io/files.h"
 #include "io/settings.h"
 #include "nav/camera.h"
+#include "nav/dive.h"
 #include "platform/platform.h"
 #include "render/renderer.h"
 
@@ -47,8 +51,6 @@ struct Run {
   InputTestState test;
   double lastProgress = 0;    // shot: when progress was last reported
   uint64_t hostWindow = 0;    // screen saver drawing into its host's window
-  bool pointerSeen = false;   // screen saver: first pointer position
-  int pointerX = 0, pointerY = 0;
 };
 
 // [SECTION] Early exits (before any window)
@@ -102,6 +104,19 @@ platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, std::s
   return platform::createWindow(d, error);
 }
 
+// The screen saver never shows the same thing twice: a random record, live,
+// diving, and a new seed of a random type after each surfacing.
+void startRandomDive(AppState& s) {
+  s.dive.rng.seed(uint32_t(std::time(nullptr)) ^ uint32_t(std::rand()));
+  std::string ignored;
+  makeCurrent(s, randomDiveRecord(s.dive.rng), ignored);
+  s.dive.newSeedAfterSurfacing = true;
+  s.dive.randomType = true;
+  s.live.on = true;
+  s.liveShown = s.params;
+  setDive(s.dive, s.camera, s.params, true);
+}
+
 // Settings, then the file named on the command line, then the options of an
 // unattended run: each later one wins.
 void loadStartingState(AppState& s, Run& run) {
@@ -121,11 +136,23 @@ void loadStartingState(AppState& s, Run& run) {
     if (!(o.dist > 0)) o.dist = 3.4;
     o.dive = 0;
   }
-  if (!o.shot.empty() || o.inputTest) applyLaunchOptions(s, o);
+  if (!o.shot.empty() || o.inputTest) {
+    applyLaunchOptions(s, o);
+  } else {
+    // The panel's two options also shape an interactive start, without
+    // making it an unattended run that keeps its settings unsaved.
+    if (o.hideUi) s.uiHidden = true;
+    if (o.tab >= 0) s.activeTab = o.tab;
+  }
   // A shot is rendered at the size asked for: the automatic scale that keeps
   // an interactive window fluid would only blur a poster.
   if (!o.shot.empty() && s.settings.resScale <= 0) s.settings.resScale = 1;
-  if (s.screensaverMode) s.camera.rotationSpeed = 4;  // a still picture makes a dull screen saver
+  // A shot narrower than twice the panel would be mostly panel: it shows the
+  // fractal alone.
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  if (!o.shot.empty() && w < 2 * (w - panelLeftEdge(s, w))) s.uiHidden = true;
+  if (s.screensaverMode) startRandomDive(s);
 }
 
 // The first fractal's program. An unattended run goes on after a failure, so
@@ -146,90 +173,26 @@ bool buildFirstFractal(AppState& s, const Run& run) {
 
 // [SECTION] One frame
 
-FrameInput frameInput(AppState& s, double now, bool moving) {
-  FrameInput in;
-  in.now = now;
-  platform::drawableSize(s.window, in.width, in.height);
-  in.windowFbo = platform::defaultFramebuffer(s.window);
-  in.params = &s.params;
-  in.camera = cameraViewOf(s.camera, s.params.fov);
-  in.cameraMoving = moving;
-  in.animating = s.liveMode || s.diveActive;
-  in.diveActive = s.diveActive;
-  in.deepForced = s.deepForced;
-  in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
-  in.targetSamples = targetSampleCount(s);
-  in.settings = &s.settings;
-  return in;
-}
-
-// Camera step, history step when motion ends, the renderer's frame. Returns
-// whether another frame is wanted at once.
-bool runFrame(AppState& s) {
-  double now = platform::now();
-  double dt = s.lastFrameTime < 0 ? 1.0 / 60 : std::clamp(now - s.lastFrameTime, 0.0001, 0.1);
-  s.lastFrameTime = now;
-  bool moving = cameraUpdate(s.camera, dt);
-  if (moving) {
-    s.cameraWasMoving = true;
-  } else if (s.cameraWasMoving) {
-    s.cameraWasMoving = false;
-    pushState(s);
-  }
-  FrameInput in = frameInput(s, now, moving);
+// The frame of frame.cpp with the interface drawn over the composite.
+bool runFrameWithInterface(AppState& s) {
+  FrameInput in = beginFrame(s);
   bool more = renderFrame(s.renderer, in);
   drawInterface(s, in.width, in.height, in.windowFbo);
-  std::string message = takeShaderMessage(s.renderer);
-  if (!message.empty()) {
-    showMessage(s, message);
-    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
-  }
-  return more || moving;
+  return finishFrame(s, in, more);
 }
 
 // [SECTION] Events
 
-// Any deliberate input ends the screen saver, and so does losing the focus
-// (another window came up). The pointer may jitter: only a single move of
-// more than 12 pixels counts, and the very first move (the one the system
-// sends as the saver starts) only sets the reference.
-bool endsScreensaver(Run& run, const platform::InputEvent& e) {
-  using platform::EventType;
-  if (e.type == EventType::KeyDown || e.type == EventType::MouseDown || e.type == EventType::MouseWheel ||
-      e.type == EventType::FocusLost)
-    return true;
-  if (e.type != EventType::MouseMove) return false;
-  int moved = std::abs(e.x - run.pointerX) + std::abs(e.y - run.pointerY);
-  bool first = !run.pointerSeen;
-  run.pointerSeen = true;
-  run.pointerX = e.x;
-  run.pointerY = e.y;
-  return !first && moved > 12;
-}
-
 void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
-  using platform::EventType;
-  // In a host's window the host watches the input and ends the run itself.
-  bool ownSaver = s.screensaverMode && !run.hostWindow;
-  if (e.type == EventType::Close || (ownSaver && endsScreensaver(run, e))) {
+  if (e.type == platform::EventType::Close) {
     run.running = false;
     return;
   }
-  if (e.type == EventType::Resize) run.busy = true;
-  // The screen saver's window takes no drops; anywhere else a dropped preset
-  // or PNG replaces the fractal.
-  if (e.type == EventType::DropFile && !s.screensaverMode) {
-    std::string message = loadAndApply(s, e.text);
-    showMessage(s, message);
-    run.busy = true;
-  }
-  if (e.type == EventType::KeyDown && !e.repeat) {
-    bool full = platform::isFullscreen(s.window);
-    if (e.key == platform::kKeyF11 || (e.key == platform::kKeyEscape && full)) {
-      platform::toggleFullscreen(s.window);
-      run.busy = true;
-    }
-  }
+  // The screen saver's window takes no drops.
+  if (e.type == platform::EventType::DropFile && s.screensaverMode) return;
+  dispatchEvent(s, e);
+  if (s.quitRequested) run.running = false;
+  run.busy = true;
 }
 
 // [SECTION] The loop
@@ -252,7 +215,7 @@ void shotStep(AppState& s, Run& run, double now) {
   if (o.dive > 0) {
     bool deepEnough = o.diveUntil > 0 && cameraDistance(s.camera) < o.diveUntil;
     if (now - run.start > o.dive || deepEnough) {
-      s.diveActive = false;
+      setDive(s.dive, s.camera, s.params, false);
       o.dive = 0;
     }
     if (o.dive > 0) return;
@@ -294,11 +257,12 @@ void runLoop(AppState& s, Run& run) {
     auto events = run.busy || unattended ? platform::pollEvents(s.window) : platform::waitEvents(s.window, -1);
     for (const auto& e : events) handleEvent(s, run, e);
     if (!run.running) break;
-    run.busy = runFrame(s);
+    run.busy = runFrameWithInterface(s);
     if (run.opts.inputTest) inputTestAfterFrame(run);
     else if (!run.opts.shot.empty()) shotStep(s, run, platform::now());
     if (run.running) platform::swapBuffers(s.window);
     clearFrameInput(s.input);
+    if (s.quitRequested) run.running = false;
   }
 }
 
@@ -321,6 +285,7 @@ int runProgram(Run& run) {
   s->window = window;
   s->screensaverMode = run.opts.screensaver || run.hostWindow != 0;
   if (!platform::drawsIntoHost(window)) run.hostWindow = 0;  // it fell back to a window of its own
+  s->saverInHost = run.hostWindow != 0;
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
   s->unattended = !run.opts.shot.empty() || run.opts.inputTest || s->screensaverMode;

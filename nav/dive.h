@@ -30,7 +30,9 @@ struct DiveState {
   double lastRetargetTime = 0;     // seconds of the monotonic clock
   bool newSeedAfterSurfacing = false;  // "Новый сид после всплытия"
   bool randomType = false;         // with the new seed, a random type too
-  std::minstd_rand rng{12345};     // turns and climbs of a fresh approach
+  // Turns and climbs of a fresh approach, and the random dive's type: seeded
+  // anew each run, so a screen saver never starts the same way twice.
+  std::minstd_rand rng{std::random_device{}()};
 };
 
 // On: flight off, descending, counters cleared, surfacing to the framing of

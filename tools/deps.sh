@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libsdl2-dev libx11-dev libegl-dev libgl-dev libpng-dev zlib1g-dev
-  libfreetype-dev libfontconfig-dev fonts-dejavu-core fonts-inter
+  libfreetype-dev libfontconfig-dev libdbus-1-dev fonts-dejavu-core fonts-inter
   libegl-mesa0 libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
   glslang-tools pngcheck

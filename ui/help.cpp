@@ -38,18 +38,23 @@ void drawHelp(UiContext& ui, int clientWidth, int clientHeight, int areaWidth) {
   }
   const float pad = scaled(ui, 24), gapX = scaled(ui, 20), rowH = scaled(ui, 26);
   const float titleH = lineHeight(ui, kFontHeading) + scaled(ui, 14);
-  const float w = pad * 2 + keysW + gapX + textW;
-  const float h = pad * 2 + titleH + rowH * float(lines.size());
+  // A window too short for one column of bindings gets two side by side.
+  const int n = int(lines.size());
+  const int columns = pad * 2 + titleH + rowH * float(n) > float(clientHeight) ? 2 : 1;
+  const int perColumn = (n + columns - 1) / columns;
+  const float columnW = keysW + gapX + textW;
+  const float w = pad * 2 + columnW * float(columns) + pad * float(columns - 1);
+  const float h = pad * 2 + titleH + rowH * float(perColumn);
   // Centred in the free area, but never pushed off the top-left corner.
   const float x = std::max(0.0f, std::round((float(areaWidth) - w) / 2));
   const float y = std::max(0.0f, std::round((float(clientHeight) - h) / 2));
   addRoundRect(ui, x, y, w, h, scaled(ui, 16), ui.theme[kColSurface], ui.theme[kColBorder], scaled(ui, 1));
   addText(ui, kFontHeading, x + pad, y + pad, "Управление", ui.theme[kColTextStrong]);
   const float textOffset = (rowH - lineHeight(ui, kFontBody)) / 2;
-  float rowY = y + pad + titleH;
-  for (const HelpLine& l : lines) {
-    addText(ui, kFontBody, x + pad, rowY + textOffset, l.keys, ui.theme[kColAccent]);
-    addText(ui, kFontBody, x + pad + keysW + gapX, rowY + textOffset, l.text, ui.theme[kColText]);
-    rowY += rowH;
+  for (int i = 0; i < n; ++i) {
+    const float colX = x + pad + float(i / perColumn) * (columnW + pad);
+    const float rowY = y + pad + titleH + rowH * float(i % perColumn) + textOffset;
+    addText(ui, kFontBody, colX, rowY, lines[size_t(i)].keys, ui.theme[kColAccent]);
+    addText(ui, kFontBody, colX + keysW + gapX, rowY, lines[size_t(i)].text, ui.theme[kColText]);
   }
 }

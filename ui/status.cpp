@@ -44,15 +44,42 @@ std::string precisionText(const StatusInfo& st) {
   return st.cameraDistance >= 3e-11 ? " · fp64" : " · fp64, предел точности";
 }
 
+// The text, or its longest prefix of whole glyphs that fits, then "…".
+void drawCutText(UiContext& ui, UiFontId font, float x, float y, const std::string& text, uint32_t color,
+                 float width) {
+  if (textWidth(ui, font, text) <= width) {
+    addText(ui, font, x, y, text, color);
+    return;
+  }
+  const std::string_view all(text), dots = "…";
+  const float room = width - textWidth(ui, font, dots);
+  float pen = 0;
+  size_t end = 0;
+  for (size_t i = 0; i < all.size();) {
+    const size_t start = i;
+    nextCodepoint(all, i);
+    const float w = textWidth(ui, font, all.substr(start, i - start));
+    if (pen + w > room) break;
+    pen += w;
+    end = i;
+  }
+  addText(ui, font, x, y, std::string(all.substr(0, end)) + std::string(dots), color);
+}
+
 }  // namespace
 
 PillGeometry messagePill(const UiContext& ui, float textWidth, int clientWidth, int clientHeight,
                          bool interfaceShown) {
   PillGeometry g;
-  g.box.w = textWidth + scaled(ui, 28);
+  const float area = freeWidth(ui, clientWidth, interfaceShown);
+  // A message wider than the free area keeps a margin and is cut instead of
+  // running under the panel or off the left edge.
+  const float widest = std::max(0.0f, area - 2 * scaled(ui, 16));
+  g.box.w = std::min(textWidth + scaled(ui, 28), widest);
   g.box.h = scaled(ui, 44);
   g.box.radius = scaled(ui, 14);
-  g.box.x = (freeWidth(ui, clientWidth, interfaceShown) - g.box.w) / 2;
+  g.box.x = (area - g.box.w) / 2;
+  g.textWidth = std::max(0.0f, g.box.w - scaled(ui, 28));
   g.box.y = float(clientHeight) - scaled(ui, 96);
   g.textX = g.box.x + scaled(ui, 14);
   g.textY = g.box.y + (g.box.h - lineHeight(ui, kFontBody)) / 2;
@@ -96,12 +123,12 @@ void drawStatus(UiContext& ui, const StatusInfo& st) {
     const float w = std::min(textWidth(ui, kFontSmall, line), std::max(0.0f, room));
     const float x = scaled(ui, 16), y = float(st.clientHeight) - scaled(ui, 12) - (lh + pad);
     addRoundRect(ui, x, y, w + 2 * pad, lh + pad, scaled(ui, 8), kLineBacking);
-    addText(ui, kFontSmall, x + pad, y + pad / 2, line, ui.theme[kColTextDim], w);
+    drawCutText(ui, kFontSmall, x + pad, y + pad / 2, line, ui.theme[kColTextDim], w);
   }
   if (st.messageShown && !st.message.empty()) {
     const PillGeometry g = messagePill(ui, textWidth(ui, kFontBody, st.message), st.clientWidth,
                                        st.clientHeight, st.interfaceShown);
     drawRound(ui, g.box, kPillFill);
-    addText(ui, kFontBody, g.textX, g.textY, st.message, kPillText);
+    drawCutText(ui, kFontBody, g.textX, g.textY, st.message, kPillText, g.textWidth);
   }
 }

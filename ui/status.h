@@ -30,6 +30,7 @@ struct RoundRect {
 struct PillGeometry {
   RoundRect box;
   float textX = 0, textY = 0;
+  float textWidth = 0;  // room for the text; a longer message is cut with "…"
 };
 
 // The pill around a message `textWidth` pixels wide in the body font.

@@ -350,6 +350,9 @@ void drawFieldBox(WidgetState& w, const WidgetRect& box, const std::string& show
   float tw = textWidth(ui, kFontBody, shown);
   float shift = focused && tw > room - 2 ? tw - (room - 2) : 0;
   uint32_t c = placeholder ? col(w, kColMuted) : bad ? col(w, kColError) : col(w, kColTextStrong);
+  // The selection a click makes: the next key replaces all of it.
+  if (focused && w.edit.allSelected)
+    addRect(ui, x - shift, y, tw, lineHeight(ui, kFontBody), (col(w, kColViolet) & 0x00ffffff) | 0xc0000000);
   addText(ui, kFontBody, x - shift, y, shown, c);
   if (focused) {
     std::string before = encodeUtf8({w.edit.text.begin(), w.edit.text.begin() + long(w.edit.caret)});

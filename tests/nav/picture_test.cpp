@@ -23,22 +23,12 @@ double distance(const double a[3], const double b[3]) {
 
 }  // namespace
 
-TEST(Picture, RaysMatchTheTraceAndTheShift) {
-  Camera c = cameraAt(30, 20, 3);
-  PictureFrame f = pictureFrame(c, 50, 320, 180, 0, 180);
-  double dir[3];
-  // The picture's middle looks straight ahead; its top edge is tan(fov/2) up.
-  pixelRay(f, 160, 90, dir);
-  for (int i = 0; i < 3; ++i) EXPECT_NEAR(dir[i], f.pose.forward[i], 1e-15);
-  pixelRay(f, 160, 0, dir);
-  const double up = dir[0] * f.pose.up[0] + dir[1] * f.pose.up[1] + dir[2] * f.pose.up[2];
-  const double fw = dir[0] * f.pose.forward[0] + dir[1] * f.pose.forward[1] + dir[2] * f.pose.forward[2];
-  EXPECT_NEAR(up / fw, std::tan(25 * 3.14159265358979323846 / 180), 1e-12);
-
-  // With the panel shown the straight-ahead ray moves left by the shift,
-  // measured in render pixels although given in window pixels.
-  f = pictureFrame(c, 50, 320, 180, 93, 360);
+TEST(Picture, ThePanelsShiftMovesTheStraightAheadRay) {
+  // Given in window pixels, the shift is measured in render pixels: a window
+  // twice the render height halves it.
+  const PictureFrame f = pictureFrame(cameraAt(30, 20, 3), 50, 320, 180, 93, 360);
   EXPECT_NEAR(shiftPixels(f), 46.5, 1e-12);
+  double dir[3];
   pixelRay(f, 160 - 46.5, 90, dir);
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(dir[i], f.pose.forward[i], 1e-15);
 }
@@ -76,10 +66,6 @@ TEST(Picture, CentringOnAPointKeepsTheEyeAndLooksAtIt) {
   EXPECT_NEAR(distance(after.eye, eye), 0, 1e-12);
   EXPECT_NEAR(after.distance, distance(point, eye), 1e-12);
 
-  // Deep down the same holds at a billionth of the scale.
-  c = cameraAt(10, 5, 1e-9);
   const double deep[3] = {1e-9, 2e-10, -3e-10};
-  ASSERT_TRUE(centreOn(c, cameraPose(c).eye, deep));
-  EXPECT_NEAR(std::exp(c.goalLogDist), distance(deep, cameraPose(c).eye), 1e-22);
   EXPECT_FALSE(centreOn(c, deep, deep)) << "a point at the eye gives no direction";
 }

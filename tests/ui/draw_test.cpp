@@ -1,6 +1,7 @@
 // Drawing layer without GL: atlas packing and shapes, the emitters' layers
 // and clips, scissor arithmetic, the status line and the message pill.
 #include "ui/atlas.h"
+#include "ui/help.h"
 #include "ui/status.h"
 #include "ui/ui_context.h"
 
@@ -307,4 +308,52 @@ TEST(Status, HiddenInterfaceKeepsTheBarAndThePillButNoLine) {
   st.interfaceShown = true;
   drawStatus(ui, st);
   EXPECT_GT(ui.layers[0].vertices.size(), withoutLine);  // the fragments are drawn too
+}
+
+TEST(Status, AMessageWiderThanTheFreeAreaStaysInItAndEndsInAnEllipsis) {
+  UiContext ui = fakeContext();
+  const std::string text(200, 'a');  // 2000 pixels of text
+  const PillGeometry g = messagePill(ui, textWidth(ui, kFontBody, text), 1280, 720, true);
+  EXPECT_FLOAT_EQ(g.box.x, 16);
+  EXPECT_FLOAT_EQ(g.box.x + g.box.w, 1280 - 372 - 16);
+  EXPECT_FLOAT_EQ(g.textWidth, g.box.w - 28);
+  beginFrame(ui, 1280, 720);
+  StatusInfo st;
+  st.clientWidth = 1280;
+  st.clientHeight = 720;
+  st.interfaceShown = false;
+  st.message = text;
+  st.messageShown = true;
+  drawStatus(ui, st);
+  const Glyph* dots = findGlyph(ui.fonts[kFontBody], 8230);
+  float right = 0;
+  bool ellipsis = false;
+  for (const UiVertex& v : ui.layers[0].vertices) {
+    right = std::max(right, v.x);
+    ellipsis |= v.u == dots->u0 && v.v == dots->v0;
+  }
+  EXPECT_LE(right, 1280 - 16);
+  EXPECT_TRUE(ellipsis);
+}
+
+TEST(Help, EveryBindingIsListedAndAShortWindowGetsTwoColumns) {
+  const auto& lines = helpLines();
+  ASSERT_EQ(lines.size(), 18u);
+  EXPECT_EQ(lines[2].keys, "Колесо");
+  EXPECT_EQ(lines[2].text, "зум (итерации растут сами)");
+  EXPECT_EQ(lines.back().text, "закрыть");
+  UiContext ui = fakeContext();
+  auto extent = [&](int height) {
+    beginFrame(ui, 1200, height);
+    drawHelp(ui, 1200, height, 800);
+    float bottom = 0, right = 0;
+    const auto& vs = ui.layers[0].vertices;
+    for (size_t i = 6; i < vs.size(); ++i) bottom = std::max(bottom, vs[i].y), right = std::max(right, vs[i].x);
+    return std::pair{bottom, right};
+  };
+  const auto [tallBottom, tallRight] = extent(900);
+  const auto [shortBottom, shortRight] = extent(400);
+  EXPECT_LE(tallBottom, 900);
+  EXPECT_LE(shortBottom, 400);
+  EXPECT_GT(shortRight, tallRight);  // the second column
 }

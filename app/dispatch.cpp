@@ -1,0 +1,292 @@
+// dispatch.cpp — from platform events to the application's input.
+//
+// Index
+//   [SECTION] Helpers
+//   [SECTION] Keys
+//   [SECTION] Mouse
+//   [SECTION] Entry
+#include "app/dispatch.h"
+
+#include "app/commands.h"
+#include "nav/gestures.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+// [SECTION] Helpers
+
+int clientWidth(const AppState& s) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  return w;
+}
+
+int clientHeight(const AppState& s) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  return h;
+}
+
+bool isFlightKey(int32_t key) {
+  switch (key) {
+    case 'w': case 'a': case 's': case 'd': case 'q': case 'e':
+    case platform::kKeyShift: case platform::kKeyUp: case platform::kKeyDown:
+    case platform::kKeyLeft: case platform::kKeyRight:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void stopDive(AppState& s) {
+  if (s.dive.on) setDive(s.dive, s.camera, s.params, false);
+}
+
+// [SECTION] Keys
+
+// Ctrl combinations; anything else with Ctrl does nothing.
+void onCtrlKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
+  bool shift = (mods & platform::kModShift) != 0;
+  if (key == 'z' && shift) redo(s);
+  else if (key == 'z') undo(s);
+  else if (key == 'y') redo(s);
+  else if (repeat) return;  // a held key must not open a second dialog
+  else if (key == 's') savePresetFlow(s);
+  else if (key == 'o') openFileFlow(s);
+}
+
+// The plain keys. Toggles ignore the keyboard's auto-repeat, so holding a
+// key does not flicker a mode on and off; R and N repeat like typing.
+void onPlainKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
+  if (key == 'r') randomSeed(s, (mods & platform::kModShift) != 0);
+  else if (key == 'n') mutateCurrent(s);
+  if (repeat) return;
+  switch (key) {
+    case platform::kKeySpace: toggleRotation(s); break;
+    case 'c': returnCamera(s); break;
+    case 'f': toggleFlight(s); break;
+    case 'h': toggleInterface(s); break;
+    case 'l': toggleLive(s); break;
+    case 'v': toggleDive(s); break;
+    case 'p': {
+      int w = 0, h = 0;
+      platform::drawableSize(s.window, w, h);
+      photoFlow(s, w, h, std::max(targetSampleCount(s), 64));
+      break;
+    }
+    case platform::kKeyF1:
+    case platform::kKeySlash: toggleHelp(s); break;
+    case platform::kKeyF11: toggleFullscreen(s); break;
+    default: break;
+  }
+}
+
+}  // namespace
+
+void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat) {
+  s.input.shiftHeld = (mods & platform::kModShift) != 0;
+  if (s.camera.flying && isFlightKey(key) && !textFieldFocused(s)) {
+    if (down) s.camera.heldKeys.insert(key);
+    else s.camera.heldKeys.erase(key);
+    s.redraw = true;
+    return;
+  }
+  if (!down) return;
+  s.redraw = true;
+  InputState& in = s.input;
+  bool ctrl = (mods & platform::kModCtrl) != 0;
+  if (key == platform::kKeyBackspace) {
+    in.keyBackspace = true;
+    in.typedChars.push_back(8);
+  } else if (key == platform::kKeyEnter) {
+    in.keyEnter = true;
+    in.typedChars.push_back(13);
+  } else if (key == platform::kKeyEscape) {
+    in.keyEscape = true;
+    if (s.helpShown) s.helpShown = false;
+    else if (!repeat && platform::isFullscreen(s.window)) toggleFullscreen(s);
+  } else if (ctrl && key == 'v') {
+    in.keyPaste = true;
+    in.pasteText = platform::clipboardText();
+  }
+  if (textFieldFocused(s)) return;
+  if (ctrl) {
+    onCtrlKey(s, key, mods, repeat);
+    return;
+  }
+  if (key >= '0' && key <= '9') {
+    if (!repeat) selectType(s, key == '0' ? 9 : key - '1');
+    return;
+  }
+  onPlainKey(s, key, mods, repeat);
+}
+
+std::vector<uint32_t> codePoints(const std::string& utf8) {
+  std::vector<uint32_t> out;
+  size_t i = 0, n = utf8.size();
+  while (i < n) {
+    unsigned char c = static_cast<unsigned char>(utf8[i]);
+    int len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+    if (len == 0 || i + len > n) {
+      ++i;
+      continue;
+    }
+    uint32_t cp = len == 1 ? c : len == 2 ? (c & 0x1F) : len == 3 ? (c & 0x0F) : (c & 0x07);
+    bool ok = true;
+    for (int k = 1; k < len; ++k) {
+      unsigned char cc = static_cast<unsigned char>(utf8[i + k]);
+      if ((cc & 0xC0) != 0x80) ok = false;
+      cp = (cp << 6) | (cc & 0x3F);
+    }
+    i += ok ? len : 1;
+    if (ok) out.push_back(cp);
+  }
+  return out;
+}
+
+namespace {
+
+void onText(AppState& s, const std::string& text) {
+  for (uint32_t cp : codePoints(text))
+    if (cp == 8 || cp == 13 || cp >= 32) s.input.typedChars.push_back(cp);
+  s.redraw = true;
+}
+
+// [SECTION] Mouse
+
+void beginDrag(AppState& s, int mode) {
+  s.input.dragging = true;
+  s.input.dragMode = mode;
+  stopDive(s);
+}
+
+void endDrag(AppState& s) {
+  if (!s.input.dragging) return;
+  s.input.dragging = false;
+  s.input.dragMode = 0;
+  pushState(s);
+}
+
+bool interfaceTakesMouse(const AppState& s) {
+  return s.input.uiWantsMouse || overPanel(s, s.input.mouseX, clientWidth(s));
+}
+
+// Double click: the rotation centre goes onto the surface under the cursor,
+// and the lens focuses there unless the focus is locked.
+void pickUnderCursor(AppState& s) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  Pick p = pickAtCursor(pictureOf(s), depthReaderOf(s), s.input.mouseX, s.input.mouseY, w, h);
+  if (!p.hit) {
+    showMessage(s, kMsgPickMiss);
+    return;
+  }
+  stopDive(s);
+  centreOnPick(s.camera, p);
+  if (!s.focusLocked) {
+    s.params.focus = p.distance;
+    resetAccumulation(s.renderer);
+  }
+}
+
+void onButtonDown(AppState& s, const platform::InputEvent& e) {
+  InputState& in = s.input;
+  in.mouseX = float(e.x);
+  in.mouseY = float(e.y);
+  if (e.button == 1) {
+    in.mouseDown = true;
+    in.mousePressed = true;
+    in.doubleClicked = e.clicks >= 2;
+  } else if (e.button == 3) {
+    in.rightPressed = true;
+  }
+  if (interfaceTakesMouse(s)) return;
+  if (e.button != 1) beginDrag(s, 2);
+  else if (e.clicks >= 2) pickUnderCursor(s);
+  else beginDrag(s, (e.mods & platform::kModShift) ? 2 : 1);
+}
+
+void onButtonUp(AppState& s, const platform::InputEvent& e) {
+  if (e.button == 1) {
+    s.input.mouseDown = false;
+    s.input.mouseReleased = true;
+  }
+  endDrag(s);
+}
+
+void onMouseMove(AppState& s, const platform::InputEvent& e) {
+  double dx = e.x - s.input.mouseX, dy = e.y - s.input.mouseY;
+  s.input.mouseX = float(e.x);
+  s.input.mouseY = float(e.y);
+  if (!s.input.dragging) return;
+  if (s.input.dragMode == 1) orbitDrag(s.camera, dx, dy);
+  else panDrag(s.camera, dx, dy, s.params.fov, clientHeight(s));
+}
+
+void onWheel(AppState& s, const platform::InputEvent& e) {
+  s.input.mouseX = float(e.x);
+  s.input.mouseY = float(e.y);
+  double notches = e.wheel;
+  if (overPanel(s, s.input.mouseX, clientWidth(s))) {
+    s.input.panelScroll -= float(s.dpiScale * notches * 60);
+    return;
+  }
+  stopDive(s);
+  if (notches > 0 && !s.camera.flying && s.renderer.renderWidth > 0) {
+    int w = 0, h = 0;
+    platform::drawableSize(s.window, w, h);
+    Pick under = pickAtCursor(pictureOf(s), depthReaderOf(s), s.input.mouseX, s.input.mouseY, w, h);
+    wheelStep(s.camera, notches, &under);
+  } else {
+    wheelStep(s.camera, notches, nullptr);
+  }
+}
+
+// Any deliberate input ends a screen saver in its own window, and so does
+// losing the focus. The pointer may jitter: only a single move of more than
+// 12 pixels counts, and the very first move (the one sent as the saver
+// starts) only sets the reference.
+bool endsScreensaver(AppState& s, const platform::InputEvent& e) {
+  using platform::EventType;
+  if (e.type == EventType::KeyDown || e.type == EventType::MouseDown || e.type == EventType::MouseWheel ||
+      e.type == EventType::FocusLost)
+    return true;
+  if (e.type != EventType::MouseMove) return false;
+  int moved = std::abs(e.x - int(s.input.mouseX)) + std::abs(e.y - int(s.input.mouseY));
+  bool first = !s.input.screenMouseSeen;
+  s.input.screenMouseSeen = true;
+  s.input.mouseX = float(e.x);
+  s.input.mouseY = float(e.y);
+  return !first && moved > 12;
+}
+
+}  // namespace
+
+// [SECTION] Entry
+
+void dispatchEvent(AppState& s, const platform::InputEvent& e) {
+  using platform::EventType;
+  if (e.type == EventType::None) return;
+  s.redraw = true;
+  if (s.screensaverMode) {
+    // In a host's window the host watches the input and ends the run itself.
+    if (!s.saverInHost && endsScreensaver(s, e)) s.quitRequested = true;
+    return;
+  }
+  switch (e.type) {
+    case EventType::KeyDown:
+    case EventType::KeyUp:
+      onKey(s, e.key, e.type == EventType::KeyDown, e.mods, e.repeat);
+      break;
+    case EventType::Text: onText(s, e.text); break;
+    case EventType::MouseMove: onMouseMove(s, e); break;
+    case EventType::MouseDown: onButtonDown(s, e); break;
+    case EventType::MouseUp: onButtonUp(s, e); break;
+    case EventType::MouseWheel: onWheel(s, e); break;
+    case EventType::DropFile: openPath(s, e.text); break;
+    default: break;
+  }
+}

@@ -1,0 +1,73 @@
+#include "app/frame.h"
+
+#include "app/commands.h"
+#include "nav/dive.h"
+#include "nav/fit.h"
+#include "nav/live.h"
+#include "platform/platform.h"
+#include "render/shader_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+DiveContext diveContext(AppState& s, double dt, double now) {
+  DiveContext ctx;
+  ctx.dt = dt;
+  ctx.now = now;
+  ctx.speed = s.settings.diveSpeed;
+  ctx.deepAllowed = canUseDoublePrecision(s.params) && s.settings.deep != 1;
+  ctx.sequence = s.renderer.sequence;
+  ctx.findDeepest = [&s](double maxDepth, double point[3]) {
+    return findDeepestPoint(pictureOf(s), depthReaderOf(s), maxDepth, point);
+  };
+  ctx.newSeed = [&s](bool randomType) {
+    randomSeed(s, randomType);
+    return s.params.dist;
+  };
+  return ctx;
+}
+
+}  // namespace
+
+FrameInput beginFrame(AppState& s) {
+  double now = platform::now();
+  double rawDt = s.lastFrameTime < 0 ? 1.0 / 60 : now - s.lastFrameTime;
+  double dt = std::clamp(rawDt, 0.0001, 0.1);
+  s.lastFrameTime = now;
+  if (s.dive.on) diveStep(s.dive, s.camera, diveContext(s, dt, now));
+  bool moving = cameraUpdate(s.camera, dt);
+  if (moving) {
+    s.cameraWasMoving = true;
+  } else if (s.cameraWasMoving) {
+    s.cameraWasMoving = false;
+    pushState(s);
+  }
+  if (s.live.on) {
+    liveAdvance(s.live, rawDt);
+    s.liveShown = liveFrame(s.live, s.params, cameraDistance(s.camera));
+  }
+  return frameInputOf(s, now, moving);
+}
+
+bool finishFrame(AppState& s, const FrameInput& in, bool more) {
+  // The fit measures a traced picture of a camera at rest.
+  if (s.fitCountdown > 0 && !in.cameraMoving && renderStatus(s.renderer).samples > 0)
+    fitStep(s.fitCountdown, s.camera, pictureOf(s), depthReaderOf(s));
+  std::string message = takeShaderMessage(s.renderer);
+  if (!message.empty()) {
+    showMessage(s, message);
+    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
+  }
+  bool wanted = more || in.cameraMoving || s.fitCountdown > 0 || s.redraw;
+  s.redraw = false;
+  return wanted;
+}
+
+bool runFrame(AppState& s) {
+  FrameInput in = beginFrame(s);
+  bool more = renderFrame(s.renderer, in);
+  return finishFrame(s, in, more);
+}

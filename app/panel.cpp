@@ -1,0 +1,450 @@
+// panel.cpp — the side panel: frame, tab bar, scrolling, and the six tabs.
+//
+// Index
+//   [SECTION] Content tables   tab labels, shape sliders and their ranges
+//   [SECTION] Edits            how a widget's edit reaches the record
+//   [SECTION] Tab "Создать"
+//   [SECTION] Tab "Форма"
+//   [SECTION] Tab "Цвет"
+//   [SECTION] Tab "Движение"
+//   [SECTION] Tab "Рендер"
+//   [SECTION] Tab "Архив"
+//   [SECTION] Panel frame      background, header, tabs, scroll, input
+#include "app/panel.h"
+
+#include "app/commands.h"
+#include "model/tables.h"
+#include "ui/ui_context.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// What the panel keeps between frames besides the widgets' own state.
+struct PanelState {
+  WidgetState widgets;
+  WidgetRegistry shown;      // last frame's registry (the widgets' is being refilled)
+  bool lightOpen = true, postOpen = true, lensOpen = true, chainOpen = true;
+  std::string pathText;      // the "Архив" tab's path field
+  int photoSize = 0, photoSamples = 2;
+};
+
+PanelState& panelState() {
+  static PanelState p;
+  return p;
+}
+
+}  // namespace
+
+const WidgetRegistry& panelRegistry() { return panelState().shown; }
+
+// [SECTION] Content tables
+
+const std::vector<std::string>& tabLabels() {
+  static const std::vector<std::string> labels = {"Создать", "Форма", "Цвет", "Движение", "Рендер", "Архив"};
+  return labels;
+}
+
+namespace {
+
+// Ranges shared with mutation's clamp table, so a mutant never lands where
+// the slider cannot show it.
+constexpr SliderSpec kPowerSpec{2, 16, 2, "", false, nullptr};
+constexpr SliderSpec kFoldSpec{0, 2, 3, "", false, nullptr};
+constexpr SliderSpec kRotationSpec{-180, 180, 1, "°", false, nullptr};
+constexpr SliderSpec kWarpSpec{0, 1, 3, "", false, nullptr};
+
+}  // namespace
+
+std::vector<FieldSlider> shapeSliders(const FractalParams& p) {
+  const FractalType& row = fractalTypes()[typeIndex(p.type)];
+  std::vector<FieldSlider> out;
+  out.push_back({"Итерации", &FractalParams::iter, {1, double(row.iterMax), 0, "", false, nullptr}});
+  if (row.flags & kFlagPower) out.push_back({"Степень", &FractalParams::power, kPowerSpec});
+  if (row.flags & kFlagScale)
+    out.push_back({"Масштаб", &FractalParams::scale, {row.scaleMin, row.scaleMax, 3, "", false, nullptr}});
+  SliderSpec c{row.cMin, row.cMax, 3, "", false, nullptr};
+  if (row.flags & (kFlagJulia | kFlagJuliaW)) {
+    out.push_back({"C · x", &FractalParams::jx, c});
+    out.push_back({"C · y", &FractalParams::jy, c});
+    out.push_back({"C · z", &FractalParams::jz, c});
+  }
+  if (row.flags & kFlagJuliaW) out.push_back({"C · w", &FractalParams::jw, c});
+  if (row.flags & kFlagFold) {
+    out.push_back({"Смещение складки x", &FractalParams::ox, kFoldSpec});
+    out.push_back({"Смещение складки y", &FractalParams::oy, kFoldSpec});
+    out.push_back({"Смещение складки z", &FractalParams::oz, kFoldSpec});
+  }
+  if (row.flags & kFlagRotation) {
+    out.push_back({"Вокруг X", &FractalParams::rx, kRotationSpec});
+    out.push_back({"Вокруг Y", &FractalParams::ry, kRotationSpec});
+    out.push_back({"Вокруг Z", &FractalParams::rz, kRotationSpec});
+  }
+  // Every estimator runs through the warp, so every type reads it.
+  out.push_back({"Деформация", &FractalParams::warp, kWarpSpec});
+  return out;
+}
+
+SliderSpec linkSpec(int formula) {
+  const HybridFormula& f = hybridFormulas()[std::clamp(formula, 0, 5)];
+  return {f.kMin, f.kMax, 3, "", false, nullptr};
+}
+
+namespace {
+
+// [SECTION] Edits
+
+void applyEdit(AppState& s, Edit e) {
+  if (e == Edit::Changing) recordEdited(s, false);
+  else if (e == Edit::Finished) recordEdited(s, true);
+}
+
+void recordSlider(AppState& s, WidgetState& w, const std::string& text, double& value, const SliderSpec& spec,
+                  const std::string& tip = "") {
+  applyEdit(s, slider(w, text, value, spec, tip));
+}
+
+void recordToggle(AppState& s, WidgetState& w, const std::string& text, bool& value) {
+  if (toggle(w, text, value)) recordEdited(s, true);
+}
+
+// Integer settings edited on a double slider.
+template <typename Int>
+void intSlider(AppState& s, WidgetState& w, const std::string& text, Int& value, const SliderSpec& spec) {
+  double v = double(value);
+  Edit e = slider(w, text, v, spec);
+  value = Int(std::lround(v));
+  applyEdit(s, e);
+}
+
+void colour(AppState& s, WidgetState& w, const std::string& text, std::string& value) {
+  if (colourField(w, text, value) == Edit::Finished) recordEdited(s, true);
+}
+
+// [SECTION] Tab "Создать"
+
+void tabCreate(AppState& s, WidgetState& w) {
+  std::string seed = s.params.seed;
+  if (textField(w, "Сид", seed, "любой текст") == Edit::Finished) applySeed(s, seed);
+  if (button(w, "Случайный", "R; с Shift — и случайный тип")) randomSeed(s, w.in.shiftHeld);
+  if (button(w, "Мутант", "N")) mutateCurrent(s);
+  double strength = s.settings.mutation;
+  if (slider(w, "Сила мутаций", strength, {0, 1, 2, "", false, nullptr}) != Edit::None)
+    s.settings.mutation = strength;
+  if (button(w, "Скрестить…", "второй пресет или PNG; потомок станет текущим")) crossbreedFlow(s);
+  gap(w, 6);
+  label(w, "Недавние сиды", true);
+  if (s.history.recent.empty()) label(w, "пока пусто");
+  // Copied: applying one reorders the list under the loop.
+  std::vector<RecentSeed> recent = s.history.recent;
+  for (const RecentSeed& r : recent) {
+    const FractalType& row = fractalTypes()[typeIndex(r.type)];
+    if (button(w, r.seed + " · " + row.name)) {
+      s.params.type = row.key;
+      applySeed(s, r.seed);
+    }
+  }
+}
+
+// [SECTION] Tab "Форма"
+
+std::vector<std::string> typeNames() {
+  std::vector<std::string> names;
+  for (const FractalType& t : fractalTypes()) names.push_back(t.name);
+  return names;
+}
+
+void chainEditor(AppState& s, WidgetState& w) {
+  static const std::vector<std::string> formulas = [] {
+    std::vector<std::string> v;
+    for (const HybridFormula& f : hybridFormulas()) v.push_back(f.name);
+    return v;
+  }();
+  PanelState& p = panelState();
+  if (!section(w, "Цепочка формул", p.chainOpen)) return;
+  for (size_t i = 0; i < s.params.slots.size(); ++i) {
+    FormulaSlot& slot = s.params.slots[i];
+    std::string n = "Звено " + std::to_string(i + 1);
+    label(w, n);
+    int f = slot.f;
+    // Each link's pills carry its number, so the registry tells them apart.
+    std::vector<std::string> shown;
+    for (const std::string& name : formulas) shown.push_back(name);
+    if (pills(w, shown, f, 3, "pl:" + n + ": ")) {
+      slot.f = f;
+      SliderSpec k = linkSpec(f);
+      slot.k = std::clamp(slot.k, k.lo, k.hi);
+      recordEdited(s, true);
+    }
+    const char* kLabel = slot.f <= 1 ? "степень" : "масштаб";
+    recordSlider(s, w, n + ": " + kLabel, slot.k, linkSpec(slot.f));
+    if (s.params.slots.size() > 1 && button(w, "Убрать звено " + std::to_string(i + 1))) {
+      s.params.slots.erase(s.params.slots.begin() + long(i));
+      recordEdited(s, true);
+      return;  // the rest of the chain moved; it is drawn next frame
+    }
+  }
+  if (s.params.slots.size() < 4 && button(w, "Добавить звено")) {
+    s.params.slots.push_back({0, 8});
+    recordEdited(s, true);
+  }
+}
+
+void tabShape(AppState& s, WidgetState& w) {
+  label(w, "Тип фрактала", true);
+  int row = typeIndex(s.params.type);
+  if (pills(w, typeNames(), row, 2)) selectType(s, row);
+  if (button(w, "Классика", "исходные значения формы этого типа")) {
+    FractalParams d = defaultsForType(s.params.type);
+    FractalParams& p = s.params;
+    p.iter = d.iter, p.power = d.power, p.scale = d.scale;
+    p.jx = d.jx, p.jy = d.jy, p.jz = d.jz, p.jw = d.jw;
+    p.ox = d.ox, p.oy = d.oy, p.oz = d.oz, p.rx = d.rx, p.ry = d.ry, p.rz = d.rz;
+    p.warp = d.warp, p.slots = d.slots, p.jmode = d.jmode;
+    recordEdited(s, true);
+    requestFit(s);
+  }
+  gap(w, 4);
+  label(w, "Форма", true);
+  for (const FieldSlider& f : shapeSliders(s.params)) recordSlider(s, w, f.label, s.params.*f.field, f.spec);
+  const FractalType& t = fractalTypes()[typeIndex(s.params.type)];
+  if (t.flags & kFlagJMode) {
+    label(w, "Константа входит как");
+    int mode = std::clamp(int(s.params.jmode), 0, 2);
+    if (pills(w, {"точка (Мандельброт)", "константа (Жюлиа)", "точка + константа"}, mode, 1)) {
+      s.params.jmode = mode;
+      recordEdited(s, true);
+    }
+  }
+  if (t.flags & kFlagSlots) chainEditor(s, w);
+}
+
+// [SECTION] Tab "Цвет"
+
+void tabColour(AppState& s, WidgetState& w) {
+  PanelState& ps = panelState();
+  FractalParams& p = s.params;
+  label(w, "Палитра", true);
+  std::vector<std::string> names;
+  for (const Palette& pal : palettes()) names.push_back(pal.name);
+  int pal = paletteIndex(p.palette);
+  if (pills(w, names, pal, 3)) {
+    p.palette = palettes()[pal].key;
+    recordEdited(s, true);
+  }
+  if (p.palette == "custom") {
+    colour(s, w, "Свой: цвет 1", p.customA);
+    colour(s, w, "Свой: цвет 2", p.customB);
+    colour(s, w, "Свой: цвет 3", p.customC);
+  }
+  recordSlider(s, w, "Сдвиг палитры", p.colShift, {0, 1, 3, "", false, nullptr});
+  recordSlider(s, w, "Частота цвета", p.colScale, {0.2, 4, 2, "", false, nullptr});
+  if (section(w, "Свет", ps.lightOpen)) {
+    recordSlider(s, w, "Азимут", p.lightYaw, {0, 360, 0, "°", false, nullptr});
+    recordSlider(s, w, "Высота", p.lightPitch, {-10, 90, 0, "°", false, nullptr});
+    recordSlider(s, w, "Яркость", p.light, {0, 3, 2, "", false, nullptr});
+    recordSlider(s, w, "Рассеянный", p.ambient, {0, 1.5, 2, "", false, nullptr});
+    recordSlider(s, w, "Блики", p.spec, {0, 2, 2, "", false, nullptr});
+    recordSlider(s, w, "Жёсткость теней", p.shadowSoft, {1, 64, 1, "", false, nullptr});
+  }
+  if (section(w, "Материал и воздух", ps.postOpen)) {
+    recordSlider(s, w, "Металл", p.metal, {0, 1, 2, "", false, nullptr});
+    recordSlider(s, w, "Перламутр", p.irid, {0, 1, 2, "", false, nullptr});
+    recordSlider(s, w, "Свечение", p.glow, {0, 1, 2, "", false, nullptr});
+    colour(s, w, "Цвет свечения", p.glowColor);
+    recordSlider(s, w, "Туман", p.fog, {0, 1, 2, "", false, nullptr});
+    recordSlider(s, w, "Экспозиция", p.exposure, {0.1, 4, 2, "", false, nullptr});
+    recordSlider(s, w, "Ореол", p.bloom, {0, 1.5, 2, "", false, nullptr});
+    recordSlider(s, w, "Виньетка", p.vignette, {0, 1, 2, "", false, nullptr});
+    colour(s, w, "Фон сверху", p.bgTop);
+    colour(s, w, "Фон снизу", p.bgBot);
+  }
+}
+
+// [SECTION] Tab "Движение"
+
+void tabMotion(AppState& s, WidgetState& w) {
+  PanelState& ps = panelState();
+  double rot = s.camera.rotationSpeed;
+  if (slider(w, "Вращение °/с", rot, {-60, 60, 0, "", false, nullptr}, "Пробел") != Edit::None)
+    s.camera.rotationSpeed = rot;
+  bool flying = s.camera.flying;
+  if (toggle(w, "Свободный полёт (WASD)", flying, "F")) toggleFlight(s);
+  double speed = s.camera.flightSpeed;
+  if (slider(w, "Скорость полёта", speed, {0.02, 20, 2, "×", true, nullptr}) != Edit::None)
+    s.camera.flightSpeed = speed;
+  bool diving = s.dive.on;
+  if (toggle(w, "Погружение", diving, "V")) toggleDive(s);
+  double dive = s.settings.diveSpeed;
+  if (slider(w, "Скорость", dive, {0.05, 2, 2, "", false, nullptr}) != Edit::None) s.settings.diveSpeed = dive;
+  toggle(w, "Новый сид после всплытия", s.dive.newSeedAfterSurfacing);
+  if (s.dive.newSeedAfterSurfacing) toggle(w, "и случайный тип", s.dive.randomType);
+  bool live = s.live.on;
+  if (toggle(w, "Живой режим", live, "L")) toggleLive(s);
+  slider(w, "Сила живого режима", s.live.amount, {0, 1.5, 2, "", false, nullptr});
+  slider(w, "Темп живого режима", s.live.speed, {0.1, 4, 2, "×", false, nullptr});
+  if (button(w, "Вписать в кадр")) requestFit(s);
+  if (button(w, "Вернуть камеру", "C")) returnCamera(s);
+  if (!section(w, "Объектив", ps.lensOpen)) return;
+  recordSlider(s, w, "Поле зрения", s.params.fov, {20, 120, 0, "°", false, nullptr});
+  recordSlider(s, w, "Диафрагма", s.params.aperture, {0, 0.2, 3, "", false, nullptr});
+  recordToggle(s, w, "Автофокус", s.params.autoFocus);
+  if (!s.params.autoFocus) recordSlider(s, w, "Фокус", s.params.focus, {0.001, 50, 3, "", true, nullptr});
+  toggle(w, "Фокус закреплён", s.focusLocked, "двойной клик не переводит фокус");
+}
+
+// [SECTION] Tab "Рендер"
+
+struct PhotoSize {
+  const char* label;
+  int w, h;  // 0: the window's size
+};
+constexpr PhotoSize kPhotoSizes[] = {
+    {"Как на экране", 0, 0},      {"1920×1080", 1920, 1080},      {"2560×1440", 2560, 1440},
+    {"3840×2160 (4K)", 3840, 2160}, {"7680×4320 (8K)", 7680, 4320}, {"4096×4096", 4096, 4096},
+};
+constexpr int kPhotoSamples[] = {32, 64, 128, 256, 512, 1024};
+const char* const kPhotoSampleLabels[] = {"32 сэмпла",   "64 сэмпла",   "128 сэмплов",
+                                          "256 сэмплов", "512 сэмплов", "1024 сэмпла"};
+
+void tabRender(AppState& s, WidgetState& w, int width, int height) {
+  PanelState& ps = panelState();
+  AppSettings& q = s.settings;
+  recordSlider(s, w, "Разрешение", q.resScale, {0, 2, 2, "×", false, "авто"}, "0 — подбирается само");
+  intSlider(s, w, "Сэмплов", q.samples, {1, 4096, 0, "", true, nullptr});
+  intSlider(s, w, "Шагов луча", q.maxSteps, {32, 2000, 0, "", true, nullptr});
+  recordSlider(s, w, "Детализация", q.precision, {0.25, 4, 2, "", true, nullptr}, "допуск поверхности в пикселях");
+  label(w, "Режим fp64");
+  int deep = std::clamp(int(q.deep), 0, 2);
+  if (pills(w, {"Авто", "Никогда", "Всегда"}, deep, 3)) {
+    q.deep = deep;
+    recordEdited(s, true);
+  }
+  recordToggle(s, w, "Мягкие тени", q.shadows);
+  recordToggle(s, w, "Затенение в складках", q.ao);
+  recordToggle(s, w, "Снижать разрешение в движении", q.adaptive);
+  recordToggle(s, w, "Итерации растут с зумом", q.autoIter);
+  recordToggle(s, w, "Ускоряющий проход глубины", q.prepass);
+  recordToggle(s, w, "Фоторендер: глобальное освещение", q.gi);
+  if (toggle(w, "Вертикальная синхронизация", q.vsync)) applyVsync(s);
+  gap(w, 6);
+  label(w, "Фото", true);
+  label(w, "Размер");
+  std::vector<std::string> sizes, samples;
+  for (const PhotoSize& p : kPhotoSizes) sizes.push_back(p.label);
+  for (const char* label : kPhotoSampleLabels) samples.push_back(label);
+  pills(w, sizes, ps.photoSize, 2);
+  pills(w, samples, ps.photoSamples, 3);
+  if (button(w, "Сделать снимок PNG", "P")) {
+    const PhotoSize& size = kPhotoSizes[ps.photoSize];
+    photoFlow(s, size.w ? size.w : width, size.w ? size.h : height, kPhotoSamples[ps.photoSamples]);
+  }
+}
+
+// [SECTION] Tab "Архив"
+
+void tabArchive(AppState& s, WidgetState& w) {
+  PanelState& ps = panelState();
+  if (button(w, "Сохранить", "Ctrl+S")) savePresetFlow(s);
+  if (button(w, "Открыть", "Ctrl+O")) openFileFlow(s);
+  if (button(w, "Отменить", "Ctrl+Z")) undo(s);
+  if (button(w, "Повторить", "Ctrl+Y, Ctrl+Shift+Z")) redo(s);
+  gap(w, 6);
+  label(w, "Без окна выбора файла", true);
+  textField(w, "Путь к файлу", ps.pathText, "~/fractal.json или .png");
+  if (button(w, "Сохранить в этот файл")) savePresetTo(s, ps.pathText);
+  if (button(w, "Открыть этот файл")) openPath(s, ps.pathText);
+}
+
+// [SECTION] Panel frame
+
+WidgetInput widgetInput(const InputState& in) {
+  WidgetInput wi;
+  wi.mouseX = in.mouseX, wi.mouseY = in.mouseY;
+  wi.mouseDown = in.mouseDown, wi.mousePressed = in.mousePressed;
+  wi.mouseReleased = in.mouseReleased, wi.doubleClicked = in.doubleClicked;
+  wi.shiftHeld = in.shiftHeld;
+  wi.keys.typed = in.typedChars;
+  wi.keys.backspace = in.keyBackspace, wi.keys.enter = in.keyEnter;
+  wi.keys.escape = in.keyEscape, wi.keys.paste = in.keyPaste;
+  wi.keys.pasteText = in.pasteText;
+  return wi;
+}
+
+// Background and header: the seed and the type's name.
+float drawHeader(AppState& s, UiContext& ui, float x0, float width, float pad) {
+  addRect(ui, x0, 0, width, 1e5f, (ui.theme[kColBackground] & 0x00ffffff) | 0xf0000000);
+  addRect(ui, x0, 0, std::max(1.0f, scaled(ui, 1)), 1e5f, ui.theme[kColBorder]);
+  float y = pad * 0.75f;
+  addText(ui, kFontHeading, x0 + pad, y, "Quorvan Telix 3D", ui.theme[kColAccent], width - 2 * pad);
+  y += lineHeight(ui, kFontHeading) + scaled(ui, 2);
+  const FractalType& t = fractalTypes()[typeIndex(s.params.type)];
+  addText(ui, kFontSmall, x0 + pad, y, s.params.seed + " · " + t.name, ui.theme[kColTextDim], width - 2 * pad);
+  return y + lineHeight(ui, kFontSmall) + scaled(ui, 10);
+}
+
+void drawTab(AppState& s, WidgetState& w, int width, int height) {
+  switch (s.activeTab) {
+    case 0: tabCreate(s, w); break;
+    case 1: tabShape(s, w); break;
+    case 2: tabColour(s, w); break;
+    case 3: tabMotion(s, w); break;
+    case 4: tabRender(s, w, width, height); break;
+    default: tabArchive(s, w); break;
+  }
+}
+
+// A thin bar at the panel's edge says how much is scrolled away.
+void drawScrollbar(UiContext& ui, float x1, float top, float viewH, float contentH, float scroll) {
+  if (contentH <= viewH || viewH <= 0) return;
+  float w = scaled(ui, 3);
+  float h = std::max(scaled(ui, 24), viewH * viewH / contentH);
+  float y = top + (viewH - h) * scroll / (contentH - viewH);
+  addRoundRect(ui, x1 - w - scaled(ui, 4), y, w, h, w * 0.5f, ui.theme[kColMuted]);
+}
+
+}  // namespace
+
+void drawPanel(AppState& s, UiContext& ui, int width, int height) {
+  PanelState& ps = panelState();
+  WidgetState& w = ps.widgets;
+  int left = panelLeftEdge(s, width);
+  s.uiOffset = s.uiHidden ? 0 : 0.5 * (width - left);
+  if (s.uiHidden || s.screensaverMode) {
+    clearRegistry(ps.shown);
+    w.active.clear();
+    w.focus.clear();
+    s.input.uiWantsMouse = false;
+    s.input.textFocus = false;
+    return;
+  }
+  float pad = scaled(ui, 18);
+  float x0 = float(left), pw = float(width - left);
+  float y = drawHeader(s, ui, x0, pw, pad);
+
+  WidgetLayout lay{x0 + pad, float(width) - pad, y, 0, float(height), float(ui.scale)};
+  beginWidgets(w, &ui, widgetInput(s.input), lay);
+  int tab = std::clamp(s.activeTab, 0, kTabCount - 1);
+  if (pills(w, tabLabels(), tab, 3, "tab:")) {
+    s.activeTab = tab;
+    s.input.panelScroll = 0;
+  }
+  float top = w.lay.y + scaled(ui, 4);
+  float viewH = float(height) - top - scaled(ui, 8);
+  pushClip(ui, x0, top, pw, std::max(0.0f, viewH));
+  w.lay.clipY0 = top;
+  w.lay.clipY1 = top + viewH;
+  w.lay.y = top - s.input.panelScroll;
+  drawTab(s, w, width, height);
+  float contentH = w.lay.y + s.input.panelScroll - top;
+  popClip(ui);
+  float maxScroll = std::max(0.0f, contentH - viewH);
+  s.input.panelScroll = std::clamp(s.input.panelScroll, 0.0f, maxScroll);
+  drawScrollbar(ui, float(width), top, viewH, contentH, s.input.panelScroll);
+  endWidgets(w);
+  ps.shown = w.registry;
+  bool overPanelNow = s.input.mouseX >= x0;
+  s.input.uiWantsMouse = w.wantsMouse || (overPanelNow && s.input.mouseDown && !s.input.dragging);
+  s.input.textFocus = !w.focus.empty();
+}

@@ -1,0 +1,406 @@
+// Input through the window the way a user's travels: events posted to the
+// headless window, drained, dispatched, and frames run on the software
+// renderer. The scene is the classic bulb at distance 3.4 with the interface
+// hidden, so the whole picture belongs to the camera.
+#include "app/app_state.h"
+#include "app/commands.h"
+#include "app/dispatch.h"
+#include "app/frame.h"
+#include "io/files.h"
+#include "model/tables.h"
+#include "nav/gestures.h"
+#include "platform/platform.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+using platform::EventType;
+using platform::InputEvent;
+
+constexpr int kW = 160, kH = 100;
+
+class Dispatch : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    // Nothing of the user's: settings and pictures go to a scratch folder.
+    auto home = std::filesystem::temp_directory_path() / ("qtx_dispatch_" + std::to_string(getpid()));
+    std::filesystem::create_directories(home);
+    setenv("XDG_CONFIG_HOME", home.c_str(), 1);
+    setenv("HOME", home.c_str(), 1);
+    platform::WindowDesc d;
+    d.kind = platform::WindowKind::Headless;
+    d.width = kW;
+    d.height = kH;
+    std::string error;
+    window = platform::createWindow(d, error);
+    if (!window) skipReason = "no headless OpenGL 4.3 context: " + error;
+  }
+  static void TearDownTestSuite() {
+    if (window) platform::destroyWindow(window);
+    window = nullptr;
+  }
+
+  void SetUp() override {
+    if (!window) GTEST_SKIP() << skipReason;
+    platform::pollEvents(window);  // nothing left over from another test
+    s = std::make_unique<AppState>();
+    s->window = window;
+    s->uiHidden = true;
+    s->targetSamples = 2;
+    std::string error;
+    ASSERT_TRUE(initRenderer(s->renderer, platform::glProcAddress, error)) << error;
+    LaunchOptions o;
+    o.seed = "classic";
+    o.type = "mandelbulb";
+    o.dist = 3.4;
+    applyLaunchOptions(*s, o);
+    s->camera.yaw = s->camera.goalYaw = 35;
+    s->camera.pitch = s->camera.goalPitch = 22;
+    ASSERT_TRUE(setFractal(s->renderer, s->params, error)) << error;
+  }
+  void TearDown() override {
+    if (s) destroyRenderer(s->renderer);
+  }
+
+  void post(InputEvent e) { platform::postEvent(window, e); }
+  void key(int32_t k, uint32_t mods = 0) {
+    InputEvent e;
+    e.type = EventType::KeyDown;
+    e.key = k;
+    e.mods = mods;
+    post(e);
+    e.type = EventType::KeyUp;
+    post(e);
+  }
+  void mouse(EventType t, int x, int y, int button = 1, int clicks = 1) {
+    InputEvent e;
+    e.type = t;
+    e.x = x;
+    e.y = y;
+    e.button = button;
+    e.clicks = clicks;
+    post(e);
+  }
+  void wheel(int x, int y, float notches) {
+    InputEvent e;
+    e.type = EventType::MouseWheel;
+    e.x = x;
+    e.y = y;
+    e.wheel = notches;
+    post(e);
+  }
+  void drag(int x0, int y0, int x1, int y1, int button = 1) {
+    mouse(EventType::MouseMove, x0, y0);
+    mouse(EventType::MouseDown, x0, y0, button);
+    mouse(EventType::MouseMove, x1, y1);
+    mouse(EventType::MouseUp, x1, y1, button);
+  }
+  // The loop's part: drain, dispatch, then the per-frame fields stay for
+  // the checks (the loop clears them after the frame).
+  void pump() {
+    clearFrameInput(s->input);
+    for (const auto& e : platform::pollEvents(window)) dispatchEvent(*s, e);
+  }
+  // Frames until the camera rests and the picture has its samples.
+  void settle() {
+    for (int i = 0; i < 400; ++i) {
+      bool more = runFrame(*s);
+      if (!more && !s->cameraWasMoving) return;
+    }
+  }
+
+  static platform::Window* window;
+  static std::string skipReason;
+  std::unique_ptr<AppState> s;
+};
+
+platform::Window* Dispatch::window = nullptr;
+std::string Dispatch::skipReason;
+
+double length(const double v[3]) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); }
+
+}  // namespace
+
+TEST_F(Dispatch, DragsOrbitAndPanAndEachDragBecomesOneHistoryEntry) {
+  drag(80, 50, 100, 40);
+  pump();
+  EXPECT_NEAR(s->camera.goalYaw, 35 - 20 * kOrbitDegPerPx, 1e-9);
+  EXPECT_NEAR(s->camera.goalPitch, 22 - 10 * kOrbitDegPerPx, 1e-9);
+  EXPECT_FALSE(s->input.dragging);
+  EXPECT_EQ(length(s->camera.goalTarget), 0);
+  size_t before = s->history.undo.size();
+  settle();
+  EXPECT_EQ(s->history.undo.size(), before + 1);  // the camera came to rest once
+
+  // Shift+left drag pans: the target moves, the angles stay.
+  double yaw = s->camera.goalYaw;
+  InputEvent shift;
+  shift.type = EventType::KeyDown;
+  shift.key = platform::kKeyShift;
+  shift.mods = platform::kModShift;
+  post(shift);
+  drag(80, 50, 90, 50);
+  shift.type = EventType::KeyUp;
+  shift.mods = 0;
+  post(shift);
+  pump();
+  EXPECT_EQ(s->camera.goalYaw, yaw);
+  double panned = length(s->camera.goalTarget);
+  // 10 px at 2·tan(fov/2)·distance per picture height.
+  double expected = 10 * 2 * std::tan(s->params.fov * M_PI / 360) * std::exp(s->camera.goalLogDist) / kH;
+  EXPECT_NEAR(panned, expected, expected * 1e-6);
+
+  // Right and middle drags pan whatever the modifiers.
+  drag(80, 50, 80, 70, 3);
+  pump();
+  EXPECT_EQ(s->camera.goalYaw, yaw);
+  EXPECT_GT(length(s->camera.goalTarget), panned);
+  double afterRight[3] = {s->camera.goalTarget[0], s->camera.goalTarget[1], s->camera.goalTarget[2]};
+  drag(80, 50, 60, 50, 2);
+  pump();
+  double moved[3];
+  for (int i = 0; i < 3; ++i) moved[i] = s->camera.goalTarget[i] - afterRight[i];
+  EXPECT_NEAR(length(moved), 2 * expected, expected * 1e-6);
+}
+
+TEST_F(Dispatch, WheelStepsTheLogDistanceWithinItsClampAndStopsTheDive) {
+  // Outward (no cursor zoom), then inward over the sky: 0.13 per notch either way.
+  double start = s->camera.goalLogDist;
+  wheel(2, 2, -2);
+  pump();
+  EXPECT_NEAR(s->camera.goalLogDist, start + 2 * kWheelStep, 1e-12);
+  settle();
+  wheel(2, 2, 1);
+  pump();
+  EXPECT_NEAR(s->camera.goalLogDist, start + kWheelStep, 1e-12);
+
+  toggleDive(*s);
+  ASSERT_TRUE(s->dive.on);
+  s->camera.goalLogDist = kMaxLogDist - 0.05;
+  wheel(2, 2, -3);
+  pump();
+  EXPECT_EQ(s->camera.goalLogDist, kMaxLogDist);
+  EXPECT_FALSE(s->dive.on);
+
+  // While flying the wheel sets the speed instead.
+  key('f');
+  pump();
+  ASSERT_TRUE(s->camera.flying);
+  double logDist = s->camera.goalLogDist;
+  wheel(2, 2, 2);
+  pump();
+  EXPECT_NEAR(s->camera.flightSpeed, std::exp(2 * kWheelStep), 1e-12);
+  EXPECT_EQ(s->camera.goalLogDist, logDist);
+}
+
+TEST_F(Dispatch, DoubleClickOnTheBulbCentresOnItsSurfaceAndTheSkyIsAMiss) {
+  settle();
+  mouse(EventType::MouseDown, 2, 2, 1, 2);
+  mouse(EventType::MouseUp, 2, 2);
+  pump();
+  EXPECT_EQ(s->toastText, kMsgPickMiss);
+  EXPECT_EQ(length(s->camera.goalTarget), 0);
+
+  // A little off the middle, on the bulb.
+  mouse(EventType::MouseDown, 90, 45, 1, 2);
+  mouse(EventType::MouseUp, 90, 45);
+  pump();
+  EXPECT_TRUE(s->input.doubleClicked);
+  double r = length(s->camera.goalTarget);
+  EXPECT_GT(r, 0.5);   // on the surface, not at the middle of the solid
+  EXPECT_LT(r, 1.3);
+  EXPECT_NEAR(s->params.focus, std::exp(s->camera.goalLogDist), 1e-9);
+  // Once the view has glided round, the centre ray meets the surface at the target.
+  settle();
+  Pick centre = pickAtCentre(pictureOf(*s), depthReaderOf(*s));
+  ASSERT_TRUE(centre.hit);
+  EXPECT_NEAR(centre.distance, cameraDistance(s->camera), 0.05 * cameraDistance(s->camera));
+}
+
+TEST_F(Dispatch, KeysSwitchTypeSeedAndUndoRedoWithModifiersFromTheEvent) {
+  key('z', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->toastText, kNothingToUndo);
+
+  key('3');
+  pump();
+  EXPECT_EQ(s->params.type, fractalTypes()[2].key);
+  EXPECT_EQ(s->params.seed, "classic");
+  key('0');
+  pump();
+  EXPECT_EQ(s->params.type, fractalTypes()[9].key);
+
+  key('r');
+  pump();
+  std::string seed = s->params.seed;
+  EXPECT_NE(seed, "classic");
+  EXPECT_EQ(s->params.type, fractalTypes()[9].key);
+  EXPECT_EQ(s->history.recent.front().seed, seed);
+
+  key('z', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->params.seed, "classic");
+  EXPECT_EQ(s->params.type, fractalTypes()[9].key);
+  key('z', platform::kModCtrl | platform::kModShift);  // Shift turns undo into redo
+  pump();
+  EXPECT_EQ(s->params.seed, seed);
+  key('z', platform::kModCtrl);
+  key('y', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->params.seed, seed);
+  key('y', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->toastText, kNothingToRedo);
+  key('z', platform::kModCtrl);
+  key('z', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->params.type, fractalTypes()[2].key);
+}
+
+TEST_F(Dispatch, AFocusedTextFieldTakesTheLettersAndOnlyTheKeyEvents) {
+  s->input.textFocus = true;
+  key('r');
+  key('3');
+  key('v');
+  InputEvent text;
+  text.type = EventType::Text;
+  text.text = "rж";
+  post(text);
+  key(platform::kKeyEscape);
+  key(platform::kKeyBackspace);
+  pump();
+  EXPECT_EQ(s->params.seed, "classic");
+  EXPECT_EQ(s->params.type, "mandelbulb");
+  EXPECT_FALSE(s->dive.on);
+  EXPECT_TRUE(s->input.keyEscape);
+  EXPECT_TRUE(s->input.keyBackspace);
+  EXPECT_EQ(s->input.typedChars, (std::vector<uint32_t>{'r', 0x436, 8}));
+
+  // The loop clears the frame's fields; kept ones stay.
+  s->input.pasteText = "x";
+  clearFrameInput(s->input);
+  EXPECT_TRUE(s->input.typedChars.empty());
+  EXPECT_FALSE(s->input.keyEscape || s->input.keyBackspace);
+  EXPECT_EQ(s->input.pasteText, "x");
+
+  // Without the focus the same key acts; Escape closes the help first.
+  s->input.textFocus = false;
+  key(platform::kKeySlash);
+  pump();
+  EXPECT_TRUE(s->helpShown);
+  key(platform::kKeyEscape);
+  pump();
+  EXPECT_FALSE(s->helpShown);
+  key('v');
+  pump();
+  EXPECT_TRUE(s->dive.on);
+}
+
+TEST_F(Dispatch, FlightKeysAreHeldOnlyWhileFlyingAndThePanelTakesItsMouse) {
+  key('f');
+  InputEvent down;
+  down.type = EventType::KeyDown;
+  down.key = 'w';
+  post(down);
+  pump();
+  EXPECT_TRUE(s->camera.flying);
+  EXPECT_EQ(s->camera.heldKeys.count('w'), 1u);
+  key('f');
+  pump();
+  EXPECT_TRUE(s->camera.heldKeys.empty());
+
+  // With the interface shown, a press or a wheel over the panel is the panel's.
+  s->uiHidden = false;
+  s->dpiScale = 0.25;  // a 93-pixel panel on the 160-pixel window
+  EXPECT_EQ(panelLeftEdge(*s, kW), kW - 93);
+  double yaw = s->camera.goalYaw;
+  drag(150, 50, 120, 50);
+  wheel(150, 50, 2);
+  pump();
+  EXPECT_EQ(s->camera.goalYaw, yaw);
+  EXPECT_FLOAT_EQ(s->input.panelScroll, -0.25f * 2 * 60);
+  s->input.uiWantsMouse = true;
+  drag(20, 50, 40, 50);
+  pump();
+  EXPECT_EQ(s->camera.goalYaw, yaw);
+}
+
+TEST_F(Dispatch, WithoutAnyDialogCtrlSAndCtrlOSayWhatToDoAndReturnAtOnce) {
+  auto t0 = std::chrono::steady_clock::now();
+  key('s', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->toastText, kMsgNoSaveDialog);
+  key('o', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->toastText, kMsgNoOpenDialog);
+  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(5));
+
+  // The in-app path field's way: saving and opening by path.
+  auto path = std::filesystem::temp_directory_path() / ("qtx_dispatch_" + std::to_string(getpid()) + ".json");
+  ASSERT_TRUE(savePresetTo(*s, path.string()));
+  EXPECT_EQ(s->toastText, "Пресет сохранён");
+  key('r');
+  pump();
+  ASSERT_TRUE(openPath(*s, path.string()));
+  EXPECT_EQ(s->params.seed, "classic");
+  EXPECT_EQ(s->toastText, "Загружено: classic");
+  EXPECT_FALSE(openPath(*s, path.string() + ".missing"));
+  EXPECT_EQ(s->params.seed, "classic");
+  std::filesystem::remove(path);
+}
+
+TEST_F(Dispatch, APhotoIsWrittenWithItsPresetAndCancelledByEscape) {
+  auto path = std::filesystem::temp_directory_path() / ("qtx_photo_" + std::to_string(getpid()) + ".png");
+  std::string problem;
+  ASSERT_TRUE(writePhoto(*s, path.string(), 40, 30, 2, problem));
+  EXPECT_EQ(problem, "");
+  FractalParams back;
+  std::string message;
+  ASSERT_TRUE(loadPresetFile(path.string(), back, message)) << message;
+  EXPECT_EQ(back.seed, "classic");
+  std::filesystem::remove(path);
+
+  // Escape waiting in the queue cancels at the first progress call, and no
+  // file appears.
+  InputEvent esc;
+  esc.type = EventType::KeyDown;
+  esc.key = platform::kKeyEscape;
+  post(esc);
+  EXPECT_FALSE(writePhoto(*s, path.string(), 40, 30, 64, problem));
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(Dialogs, WithNoSessionBusAndNoZenityTheyAreUnavailableAtOnce) {
+  struct Saved {
+    const char* name;
+    std::string value;
+    bool had;
+  } saved[] = {{"DBUS_SESSION_BUS_ADDRESS", "", false}, {"XDG_RUNTIME_DIR", "", false}, {"PATH", "", false}};
+  for (auto& v : saved) {
+    const char* old = std::getenv(v.name);
+    v.had = old != nullptr;
+    if (old) v.value = old;
+  }
+  unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);
+  setenv("PATH", "/nonexistent", 1);
+  std::string path = "untouched";
+  auto t0 = std::chrono::steady_clock::now();
+  auto save = platform::saveFileDialog(nullptr, "Сохранить", {{"JSON", {"*.json"}}}, "/tmp", "a.json", path);
+  EXPECT_EQ(save, platform::DialogResult::Unavailable);
+  EXPECT_EQ(path, "");
+  auto open = platform::openFileDialog(nullptr, "Открыть", {}, "", path);
+  EXPECT_EQ(open, platform::DialogResult::Unavailable);
+  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(2));
+  for (auto& v : saved) {
+    if (v.had) setenv(v.name, v.value.c_str(), 1);
+    else unsetenv(v.name);
+  }
+}
