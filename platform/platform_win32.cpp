@@ -65,7 +65,9 @@ struct Window {
   HGLRC context = nullptr;
   bool headless = false;
   bool saver = false;
-  int width = 0, height = 0;  // headless size; the last non-empty client size otherwise
+  int width = 0, height = 0;  // the headless size
+  // A minimised window has an empty client area; its last real size stands in.
+  mutable int shownWidth = 0, shownHeight = 0;
   GLuint fbo = 0, colour = 0;
   PlatformGl gl;
   std::vector<InputEvent> queue;  // filled by the window procedure
@@ -91,7 +93,11 @@ LRESULT CALLBACK windowProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 // system-wide kind; then the window class. Once per process.
 bool startProcess(std::string& error) {
   static bool done = false, ok = false;
-  if (done) return ok;
+  static std::string failure;
+  if (done) {
+    if (!ok) error = failure;
+    return ok;
+  }
   done = true;
   HMODULE user32 = GetModuleHandleW(L"user32.dll");
   auto setContext = reinterpret_cast<SetDpiContextFn>(
@@ -108,7 +114,7 @@ bool startProcess(std::string& error) {
   wc.hIcon = LoadIconW(wc.hInstance, MAKEINTRESOURCEW(1));
   wc.lpszClassName = kClassName;
   ok = RegisterClassExW(&wc) != 0;
-  if (!ok) error = "RegisterClassExW failed (" + std::to_string(GetLastError()) + ")";
+  if (!ok) error = failure = "RegisterClassExW failed (" + std::to_string(GetLastError()) + ")";
   return ok;
 }
 
@@ -237,8 +243,8 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
   auto* w = new Window;
   w->headless = kind == WindowKind::Headless;
   w->saver = kind == WindowKind::ScreenSaver;
-  w->width = d.width > 0 ? d.width : 1600;
-  w->height = d.height > 0 ? d.height : 950;
+  w->width = w->shownWidth = d.width > 0 ? d.width : 1600;
+  w->height = w->shownHeight = d.height > 0 ? d.height : 950;
   w->savedPlacement.length = sizeof(WINDOWPLACEMENT);
   w->hwnd = openHwnd(w, d, kind);
   if (!w->hwnd) {
@@ -337,21 +343,21 @@ void setTitle(Window* w, const std::string& utf8) {
   if (w && w->hwnd && !w->headless) SetWindowTextW(w->hwnd, win32::widen(utf8).c_str());
 }
 
-// A minimised window has an empty client area; the frame goes on with the
-// last real size rather than with an empty picture.
 void drawableSize(const Window* w, int& width, int& height) {
   width = height = 0;
   if (!w) return;
-  width = w->width;
-  height = w->height;
-  if (w->headless) return;
+  if (w->headless) {
+    width = w->width;
+    height = w->height;
+    return;
+  }
   RECT r;
   if (GetClientRect(w->hwnd, &r) && r.right > 0 && r.bottom > 0) {
-    width = r.right;
-    height = r.bottom;
-    const_cast<Window*>(w)->width = width;
-    const_cast<Window*>(w)->height = height;
+    w->shownWidth = r.right;
+    w->shownHeight = r.bottom;
   }
+  width = w->shownWidth;
+  height = w->shownHeight;
 }
 
 void setHeadlessSize(Window* w, int width, int height) {
@@ -436,7 +442,7 @@ constexpr VkPair kNamedKeys[] = {
 int32_t keyFromMessage(WPARAM vk, LPARAM lp) {
   auto scan = uint8_t((lp >> 16) & 0xFF);
   bool extended = (lp >> 24) & 1;
-  if (!extended && vk != VK_SUBTRACT && vk != VK_ADD)
+  if (!extended)
     for (const ScanPair& p : kScanKeys)
       if (p.scan == scan) return p.key;
   if (vk >= VK_F1 && vk <= VK_F12) return kKeyF1 + int32_t(vk - VK_F1);
