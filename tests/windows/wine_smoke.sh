@@ -116,10 +116,15 @@ settings_in_roaming_folder() {
   rm -f "$WINEPREFIX"/drive_c/users/*/AppData/Roaming/Quorvantelix/state.json
   wine "$exe" --size 320x180 >"$work/normal.out" 2>&1 &
   local pid=$!
-  sleep 4
-  wine taskkill /im quorvantelix3d.exe >/dev/null 2>&1
-  for _ in $(seq 40); do kill -0 "$pid" 2>/dev/null || break; sleep 0.25; done
+  sleep 2
+  # Asked once a second until it has a window to close (slow machines).
+  for _ in $(seq 40); do
+    kill -0 "$pid" 2>/dev/null || break
+    wine taskkill /im quorvantelix3d.exe >/dev/null 2>&1
+    sleep 1
+  done
   kill -0 "$pid" 2>/dev/null && { kill "$pid"; say "  the program did not close"; return 1; }
+  wait "$pid" || { say "  the program failed on close"; tail -3 "$work/normal.out"; return 1; }
   state=$(ls "$WINEPREFIX"/drive_c/users/*/AppData/Roaming/Quorvantelix/state.json 2>/dev/null | head -1)
   [ -n "$state" ] || { say "  no state.json in the roaming folder"; return 1; }
   grep -q '"quality"' "$state" || { say "  $state has no settings"; return 1; }
