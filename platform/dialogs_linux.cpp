@@ -22,6 +22,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <cstdlib>
 #include <cstring>
 
@@ -350,6 +351,8 @@ int runHelper(const std::vector<std::string>& args, std::string& out) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, pipeFd[1], 1);
   posix_spawn_file_actions_addclose(&actions, pipeFd[0]);
+  // The helper's warnings (themes, settings stores) are not ours to show.
+  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
   std::vector<char*> argv;
   for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
   argv.push_back(nullptr);

@@ -12,7 +12,7 @@ packages=(
   glslang-tools pngcheck
 )
 if [ "${1:-}" = "--dev" ]; then
-  packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool)
+  packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool zenity openbox)
 fi
 # --windows: the mingw-w64 cross-build and its smoke test under Wine on a
 # virtual display (Mesa behind Wine's OpenGL).

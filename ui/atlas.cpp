@@ -30,7 +30,7 @@ void blitGlyph(std::vector<uint8_t>& img, const platform::GlyphBitmap& g, int ce
   const int ox = cellX + 2 + g.left, oy = cellY + g.top;
   for (int row = 0; row < g.height; ++row) {
     const int y = oy + row;
-    if (y < cellY || y >= cellY + cellH || y >= kAtlasSize) continue;
+    if (y < cellY || y >= cellY + cellH) continue;
     for (int col = 0; col < g.width; ++col) {
       const int x = ox + col;
       if (x < cellX || x >= cellX + cellW || x >= kAtlasSize) continue;
@@ -40,7 +40,19 @@ void blitGlyph(std::vector<uint8_t>& img, const platform::GlyphBitmap& g, int ce
   }
 }
 
-// Packs one font from (8, y); returns the y just below its last row.
+// Grows the atlas by doubling its height until `rows` rows fit; false past
+// the largest height, for a scale no display has.
+bool ensureRows(AtlasResult& out, int rows) {
+  while (rows > out.height) {
+    if (out.height >= kAtlasMaxHeight) return false;
+    out.height *= 2;
+    out.pixels.resize(size_t(kAtlasSize) * out.height, 0);
+  }
+  return true;
+}
+
+// Packs one font from (8, y); returns the y just below its last row. The
+// glyphs' v coordinates are left in pixels until the atlas height is known.
 int packFont(AtlasResult& out, UiFont& font, const RasterFont& rf, int y) {
   const std::vector<uint32_t>& set = atlasGlyphSet();
   font.face = rf.metrics.face;
@@ -59,13 +71,13 @@ int packFont(AtlasResult& out, UiFont& font, const RasterFont& rf, int y) {
       y += cellH + 2;
       x = 8;
     }
-    if (y + cellH > kAtlasSize) continue;  // a huge scale: the atlas is full, the glyph is left out
+    if (!ensureRows(out, y + cellH)) continue;  // left out rather than written outside
     blitGlyph(out.pixels, g, x, y, cellW, cellH);
     Glyph gl;
     gl.u0 = float(x) / kAtlasSize;
-    gl.v0 = float(y) / kAtlasSize;
+    gl.v0 = float(y);
     gl.u1 = float(x + cellW) / kAtlasSize;
-    gl.v1 = float(y + cellH) / kAtlasSize;
+    gl.v1 = float(y + cellH);
     gl.cellW = cellW;
     gl.cellH = cellH;
     gl.advance = g.advance;
@@ -202,17 +214,21 @@ void fillPolygon(std::vector<uint8_t>& image, int stride, int height, const Poly
 }
 
 void packAtlas(AtlasResult& out, const RasterFont (&fonts)[kFontCount]) {
+  out.height = kAtlasSize;
   out.pixels.assign(size_t(kAtlasSize) * kAtlasSize, 0);
   int y = 2;
   for (int f = 0; f < kFontCount; ++f) y = packFont(out, out.fonts[f], fonts[f], y) + 4;
-  // A scale too large for the atlas overlaps the shapes with the last glyphs
-  // rather than writing outside it.
-  const int top = std::min(y, kAtlasSize - 130);
+  // A full atlas overlaps the shapes with the last glyphs rather than
+  // writing outside it.
+  const int top = ensureRows(out, y + 130) ? y : out.height - 130;
   out.shapesTop = top;
-  fillPolygon(out.pixels, kAtlasSize, kAtlasSize, discPolygon(72, float(top) + 64, 64));
-  fillPolygon(out.pixels, kAtlasSize, kAtlasSize, starPolygon(144, float(top)));
-  out.discUv = {8.0f / kAtlasSize, float(top) / kAtlasSize, 136.0f / kAtlasSize, float(top + 128) / kAtlasSize};
-  out.starUv = {144.0f / kAtlasSize, float(top) / kAtlasSize, 272.0f / kAtlasSize, float(top + 128) / kAtlasSize};
+  fillPolygon(out.pixels, kAtlasSize, out.height, discPolygon(72, float(top) + 64, 64));
+  fillPolygon(out.pixels, kAtlasSize, out.height, starPolygon(144, float(top)));
+  const float h = float(out.height);
+  out.discUv = {8.0f / kAtlasSize, float(top) / h, 136.0f / kAtlasSize, float(top + 128) / h};
+  out.starUv = {144.0f / kAtlasSize, float(top) / h, 272.0f / kAtlasSize, float(top + 128) / h};
+  for (UiFont& font : out.fonts)
+    for (Glyph& g : font.glyphs) g.v0 /= h, g.v1 /= h;
   for (int yy = 0; yy < 4; ++yy)
     for (int xx = 0; xx < 4; ++xx) out.pixels[size_t(yy) * kAtlasSize + xx] = 255;
 }

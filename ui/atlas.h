@@ -10,7 +10,10 @@
 #include <cstdint>
 #include <vector>
 
+// 1024 × 1024; only a scale whose glyphs cannot fit (about 300 % and up)
+// doubles the height, so no glyph is ever dropped on a large display.
 inline constexpr int kAtlasSize = 1024;
+inline constexpr int kAtlasMaxHeight = 4096;
 
 // The code points of the atlas, in packing order.
 const std::vector<uint32_t>& atlasGlyphSet();
@@ -23,7 +26,8 @@ struct RasterFont {
 };
 
 struct AtlasResult {
-  std::vector<uint8_t> pixels;       // kAtlasSize², rows top-down
+  std::vector<uint8_t> pixels;       // kAtlasSize × height, rows top-down
+  int height = kAtlasSize;
   UiFont fonts[kFontCount];
   std::array<float, 4> discUv{}, starUv{};
   int shapesTop = 0;                 // y of the disc and star row

@@ -59,14 +59,14 @@ GLuint buildProgram(const char* vs, const char* fs) {
 
 // [SECTION] GL objects
 
-GLuint uploadAtlas(const std::vector<uint8_t>& pixels) {
+GLuint uploadAtlas(const std::vector<uint8_t>& pixels, int height) {
   GLuint tex = 0;
   gl.GenTextures(1, &tex);
   gl.BindTexture(GL_TEXTURE_2D, tex);
   GLint oldAlign = 4;
   gl.GetIntegerv(GL_UNPACK_ALIGNMENT, &oldAlign);
   gl.PixelStorei(GL_UNPACK_ALIGNMENT, 1);
-  gl.TexImage2D(GL_TEXTURE_2D, 0, GL_R8, kAtlasSize, kAtlasSize, 0, GL_RED, GL_UNSIGNED_BYTE, pixels.data());
+  gl.TexImage2D(GL_TEXTURE_2D, 0, GL_R8, kAtlasSize, height, 0, GL_RED, GL_UNSIGNED_BYTE, pixels.data());
   gl.PixelStorei(GL_UNPACK_ALIGNMENT, oldAlign);
   gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
   gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
@@ -123,7 +123,9 @@ bool buildUiCpu(UiContext& ui, double scale, std::vector<uint8_t>& atlasPixels, 
   for (int f = 0; f < kFontCount; ++f) ui.fonts[f] = std::move(atlas.fonts[f]);
   ui.discUv = atlas.discUv;
   ui.starUv = atlas.starUv;
-  ui.solidU = ui.solidV = 2.0f / kAtlasSize;
+  ui.solidU = 2.0f / kAtlasSize;
+  ui.solidV = 2.0f / float(atlas.height);
+  ui.atlasHeight = atlas.height;
   atlasPixels = std::move(atlas.pixels);
   beginFrame(ui, 1, 1);
   return true;
@@ -139,7 +141,7 @@ bool initUi(UiContext& ui, double scale, std::string& error) {
   }
   ui.locScreen = gl.GetUniformLocation(ui.program, "uScreen");
   ui.locTex = gl.GetUniformLocation(ui.program, "uTex");
-  ui.texture = uploadAtlas(pixels);
+  ui.texture = uploadAtlas(pixels, ui.atlasHeight);
   createVertexObjects(ui);
   return true;
 }

@@ -103,6 +103,7 @@ struct UiContext {
   double scale = 1.0;  // DPI / 96
 
   // Atlas regions: the solid texel, the disc and the star (u0, v0, u1, v1).
+  int atlasHeight = 1024;  // 1024 wide; taller only at scales of about 300 % and up
   float solidU = 2.0f / 1024, solidV = 2.0f / 1024;
   std::array<float, 4> discUv{}, starUv{};
 

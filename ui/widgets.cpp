@@ -134,6 +134,23 @@ bool button(WidgetState& w, const std::string& text, const std::string& tip) {
   return hot && w.in.mousePressed;
 }
 
+namespace {
+
+// One pill: drawn, registered, and taking the press.
+bool pill(WidgetState& w, const WidgetRect& r, const std::string& id, const std::string& text, bool on) {
+  bool hot = place(w, id, r, "");
+  if (visible(w, r)) {
+    uint32_t fill = on ? (hot ? col(w, kColAccentHover) : col(w, kColAccent))
+                       : (hot ? col(w, kColSurfaceHover) : col(w, kColSurface));
+    addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), r.height() * 0.5f, fill, on ? 0 : col(w, kColBorder),
+                 on ? 0 : std::max(1.0f, sc(w, 1)));
+    centredText(w, r, text, on ? col(w, kColOnAccent) : col(w, kColText), kFontSmall);
+  }
+  return hot && w.in.mousePressed;
+}
+
+}  // namespace
+
 bool pills(WidgetState& w, const std::vector<std::string>& labels, int& choice, int perRow,
            const std::string& idPrefix) {
   if (labels.empty()) return false;
@@ -141,31 +158,27 @@ bool pills(WidgetState& w, const std::vector<std::string>& labels, int& choice, 
   if (perRow <= 0) perRow = n;
   float gapX = sc(w, 6);
   float h = sc(w, 30);
+  float full = w.lay.x1 - w.lay.x0;
+  // Every pill keeps the width of a full row's pill; one whose label would
+  // not fit takes a row of its own rather than being cut.
+  float pw = (full - gapX * float(perRow - 1)) / float(perRow);
+  float room = pw - 2 * sc(w, 8);
   bool changed = false;
-  for (int first = 0; first < n; first += perRow) {
-    int count = std::min(perRow, n - first);
-    WidgetRect row = nextRow(w, h);
-    row.y1 = row.y0 + h;
-    // Every pill of a wrapped block keeps the width of a full row's pill.
-    float pw = (row.width() - gapX * float(perRow - 1)) / float(perRow);
-    for (int i = 0; i < count; ++i) {
-      int k = first + i;
-      float x = std::round(row.x0 + float(i) * (pw + gapX));
-      WidgetRect r{x, row.y0, std::round(x + pw), row.y1};
-      bool hot = place(w, idPrefix + labels[k], r, "");
-      if (visible(w, r)) {
-        bool on = k == choice;
-        uint32_t fill = on ? (hot ? col(w, kColAccentHover) : col(w, kColAccent))
-                           : (hot ? col(w, kColSurfaceHover) : col(w, kColSurface));
-        addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), r.height() * 0.5f, fill,
-                     on ? 0 : col(w, kColBorder), on ? 0 : std::max(1.0f, sc(w, 1)));
-        centredText(w, r, labels[k], on ? col(w, kColOnAccent) : col(w, kColText), kFontSmall);
-      }
-      if (hot && w.in.mousePressed && k != choice) {
-        choice = k;
-        changed = true;
-      }
+  int column = perRow;  // start a row at the first pill
+  float y = 0;
+  for (int k = 0; k < n; ++k) {
+    bool wide = perRow > 1 && w.ui && textWidth(*w.ui, kFontSmall, labels[k]) > room;
+    if (column >= perRow || wide) {
+      y = nextRow(w, h).y0;
+      column = 0;
     }
+    float x = std::round(w.lay.x0 + float(column) * (pw + gapX));
+    WidgetRect r{x, y, wide ? w.lay.x1 : std::round(x + pw), y + h};
+    if (pill(w, r, idPrefix + labels[k], labels[k], k == choice) && k != choice) {
+      choice = k;
+      changed = true;
+    }
+    column = wide ? perRow : column + 1;
   }
   return changed;
 }

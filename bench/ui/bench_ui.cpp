@@ -1,6 +1,9 @@
 // The interface at start-up and per frame, CPU only (no GL): the atlas must
 // build in well under 150 ms, and a frame's draw lists must stay far below
 // 1 ms so the interface never costs the fractal a frame.
+#include "app/app_state.h"
+#include "app/interface.h"
+#include "app/panel.h"
 #include "ui/atlas.h"
 #include "ui/help.h"
 #include "ui/status.h"
@@ -10,6 +13,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -85,5 +89,25 @@ static void BM_HelpFrame(benchmark::State& state) {
   state.counters["vertices"] = double(ui.layers[0].vertices.size());
 }
 BENCHMARK(BM_HelpFrame)->Unit(benchmark::kMicrosecond);
+
+// A whole interface frame as the shell builds it, per tab: the side panel,
+// the status line and a message (the flush's GL upload is not counted).
+static void BM_PanelFrame(benchmark::State& state) {
+  UiContext& ui = context();
+  auto s = std::make_unique<AppState>();
+  s->activeTab = int(state.range(0));
+  s->toastText = "Пресет сохранён";
+  s->toastUntil = 1e18;
+  size_t vertices = 0;
+  for (auto _ : state) {
+    beginFrame(ui, 1920, 1080);
+    drawPanel(*s, ui, 1920, 1080);
+    drawStatus(ui, statusInfo(*s, 1920, 1080, 0));
+    vertices = ui.layers[0].vertices.size() + ui.layers[1].vertices.size();
+    benchmark::DoNotOptimize(ui.layers[0].vertices.data());
+  }
+  state.counters["vertices"] = double(vertices);
+}
+BENCHMARK(BM_PanelFrame)->DenseRange(0, 5)->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

@@ -34,7 +34,7 @@ RasterFont fakeFont(int height, int advance, uint32_t missing = 0) {
 }
 
 int pixelAt(const AtlasResult& a, float u, float v, int dx = 0, int dy = 0) {
-  const int x = int(std::lround(u * kAtlasSize)) + dx, y = int(std::lround(v * kAtlasSize)) + dy;
+  const int x = int(std::lround(u * kAtlasSize)) + dx, y = int(std::lround(v * a.height)) + dy;
   return a.pixels[size_t(y) * kAtlasSize + x];
 }
 
@@ -84,6 +84,22 @@ TEST(Atlas, FontsPackInRowsThatWrapBefore1024InFontOrder) {
   const Glyph* zhe = findGlyph(body, 0x0416);
   EXPECT_EQ(pixelAt(a, zhe->u0, zhe->v0, 2 + 1, 3), 200);
   EXPECT_EQ(pixelAt(a, zhe->u0, zhe->v0, 2, 3), 0);
+}
+
+TEST(Atlas, GlyphsTooLargeForOnePageDoubleTheHeightAndLoseNothing) {
+  const RasterFont fonts[kFontCount] = {fakeFont(90, 40), fakeFont(90, 40), fakeFont(80, 36)};
+  AtlasResult a;
+  packAtlas(a, fonts);
+  EXPECT_GT(a.height, kAtlasSize);
+  EXPECT_EQ(a.pixels.size(), size_t(kAtlasSize) * a.height);
+  for (const UiFont& f : a.fonts) {
+    ASSERT_EQ(f.glyphs.size(), atlasGlyphSet().size());
+    for (const Glyph& g : f.glyphs) EXPECT_LE(g.v1, 1.0f);
+  }
+  const Glyph* last = findGlyph(a.fonts[kFontSmall], 8734);
+  EXPECT_EQ(pixelAt(a, last->u0, last->v0, 3, 3), 200);  // v maps to the taller page
+  EXPECT_NEAR((a.discUv[3] - a.discUv[1]) * a.height, 128, 1e-3);
+  EXPECT_EQ(pixelAt(a, a.discUv[0], a.discUv[1], 64, 64), 255);
 }
 
 TEST(Atlas, SolidBlockDiscAndStar) {
