@@ -15,6 +15,7 @@ struct InputTestState {
   int wait = 0;              // frames left before the step's check
   int phase = 0;             // within a step: 0 act, 1 check
   int attempts = 0;          // scrolls tried while looking for a widget
+  int stage = 0;             // actions of a step that takes several frames
   bool finished = false;
   bool lastFailed = false;   // the previous action failed (its follow-up is skipped)
   std::string log;

@@ -169,9 +169,7 @@ void chainEditor(AppState& s, WidgetState& w) {
     label(w, n);
     int f = slot.f;
     // Each link's pills carry its number, so the registry tells them apart.
-    std::vector<std::string> shown;
-    for (const std::string& name : formulas) shown.push_back(name);
-    if (pills(w, shown, f, 3, "pl:" + n + ": ")) {
+    if (pills(w, formulas, f, 3, "pl:" + n + ": ")) {
       slot.f = f;
       SliderSpec k = linkSpec(f);
       slot.k = std::clamp(slot.k, k.lo, k.hi);
@@ -372,16 +370,23 @@ WidgetInput widgetInput(const InputState& in) {
   return wi;
 }
 
-// Background and header: the seed and the type's name.
-float drawHeader(AppState& s, UiContext& ui, float x0, float width, float pad) {
+void drawBackground(UiContext& ui, float x0, float width) {
   addRect(ui, x0, 0, width, 1e5f, (ui.theme[kColBackground] & 0x00ffffff) | 0xf0000000);
   addRect(ui, x0, 0, std::max(1.0f, scaled(ui, 1)), 1e5f, ui.theme[kColBorder]);
+}
+
+float headerHeight(const UiContext& ui, float pad) {
+  return pad * 0.75f + lineHeight(ui, kFontHeading) + scaled(ui, 2) + lineHeight(ui, kFontSmall) + scaled(ui, 10);
+}
+
+// The title and the current seed with its type's name. Drawn after the tabs,
+// so that it names what a click of this frame just made current.
+void drawHeader(const AppState& s, UiContext& ui, float x0, float width, float pad) {
   float y = pad * 0.75f;
   addText(ui, kFontHeading, x0 + pad, y, "Quorvan Telix 3D", ui.theme[kColAccent], width - 2 * pad);
   y += lineHeight(ui, kFontHeading) + scaled(ui, 2);
   const FractalType& t = fractalTypes()[typeIndex(s.params.type)];
   addText(ui, kFontSmall, x0 + pad, y, s.params.seed + " · " + t.name, ui.theme[kColTextDim], width - 2 * pad);
-  return y + lineHeight(ui, kFontSmall) + scaled(ui, 10);
 }
 
 void drawTab(AppState& s, WidgetState& w, int width, int height) {
@@ -421,7 +426,8 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height) {
   }
   float pad = scaled(ui, 18);
   float x0 = float(left), pw = float(width - left);
-  float y = drawHeader(s, ui, x0, pw, pad);
+  drawBackground(ui, x0, pw);
+  float y = headerHeight(ui, pad);
 
   WidgetLayout lay{x0 + pad, float(width) - pad, y, 0, float(height), float(ui.scale)};
   beginWidgets(w, &ui, widgetInput(s.input), lay);
@@ -442,6 +448,7 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height) {
   float maxScroll = std::max(0.0f, contentH - viewH);
   s.input.panelScroll = std::clamp(s.input.panelScroll, 0.0f, maxScroll);
   drawScrollbar(ui, float(width), top, viewH, contentH, s.input.panelScroll);
+  drawHeader(s, ui, x0, pw, pad);
   endWidgets(w);
   ps.shown = w.registry;
   bool overPanelNow = s.input.mouseX >= x0;

@@ -16,7 +16,10 @@
 
 #include <GL/glcorearb.h>
 #include <SDL2/SDL.h>
-#include <SDL2/SDL_syswm.h>  // the X display, for the Xft.dpi resource
+#include <SDL2/SDL_syswm.h>  // the X display, for the Xft.dpi resource and the title
+#if defined(SDL_VIDEO_DRIVER_X11)
+#include <X11/Xatom.h>
+#endif
 
 #include <pwd.h>
 #include <unistd.h>
@@ -311,8 +314,36 @@ bool setSwapInterval(Window* w, int interval) {
   return SDL_GL_SetSwapInterval(interval) == 0;
 }
 
+namespace {
+
+// SDL2 leaves _NET_WM_NAME as it was when the window was made and writes
+// WM_NAME as Latin-1, so a changed title (the photo's progress, with its dash
+// and Cyrillic) would not show at all under most window managers and come
+// out garbled under the rest: both are written here as UTF-8.
+void setX11Title(SDL_Window* window, const std::string& utf8) {
+#if defined(SDL_VIDEO_DRIVER_X11)
+  SDL_SysWMinfo info;
+  SDL_VERSION(&info.version);
+  if (!SDL_GetWindowWMInfo(window, &info) || info.subsystem != SDL_SYSWM_X11) return;
+  Display* d = info.info.x11.display;
+  Atom utf8Type = XInternAtom(d, "UTF8_STRING", False);
+  Atom netName = XInternAtom(d, "_NET_WM_NAME", False);
+  auto bytes = reinterpret_cast<const unsigned char*>(utf8.data());
+  XChangeProperty(d, info.info.x11.window, netName, utf8Type, 8, PropModeReplace, bytes, int(utf8.size()));
+  XChangeProperty(d, info.info.x11.window, XA_WM_NAME, utf8Type, 8, PropModeReplace, bytes, int(utf8.size()));
+  XFlush(d);
+#else
+  (void)window;
+  (void)utf8;
+#endif
+}
+
+}  // namespace
+
 void setTitle(Window* w, const std::string& utf8) {
-  if (w && w->window && !w->headless) SDL_SetWindowTitle(w->window, utf8.c_str());
+  if (!w || !w->window || w->headless || w->host) return;  // a host's window keeps its own title
+  SDL_SetWindowTitle(w->window, utf8.c_str());
+  setX11Title(w->window, utf8);
 }
 
 void drawableSize(const Window* w, int& width, int& height) {
