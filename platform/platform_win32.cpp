@@ -65,6 +65,7 @@ struct Window {
   HGLRC context = nullptr;
   bool headless = false;
   bool saver = false;
+  bool cursorHidden = false;  // ShowCursor keeps a count: undo only our own hide
   int width = 0, height = 0;  // the headless size
   // A minimised window has an empty client area; its last real size stands in.
   mutable int shownWidth = 0, shownHeight = 0;
@@ -274,7 +275,10 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
   if (!w->saver) DragAcceptFiles(w->hwnd, TRUE);
   gMainWindow = w->hwnd;
   ShowWindow(w->hwnd, SW_SHOW);
-  if (w->saver) ShowCursor(FALSE);
+  if (w->saver) {
+    ShowCursor(FALSE);
+    w->cursorHidden = true;
+  }
   UpdateWindow(w->hwnd);
   return w;
 }
@@ -300,7 +304,7 @@ void destroyWindow(Window* w) {
     wglMakeCurrent(nullptr, nullptr);
     wglDeleteContext(w->context);
   }
-  if (w->saver) ShowCursor(TRUE);
+  if (w->cursorHidden) ShowCursor(TRUE);
   if (w->hwnd) {
     if (w->dc) ReleaseDC(w->hwnd, w->dc);
     SetWindowLongPtrW(w->hwnd, GWLP_USERDATA, 0);
