@@ -74,28 +74,41 @@ HFONT createFont(const FontRequest& f, const std::wstring& family) {
                      CLIP_DEFAULT_PRECIS, ANTIALIASED_QUALITY, DEFAULT_PITCH | FF_SWISS, face.c_str());
 }
 
-// Every family that exists as itself, in the order asked. When none does, the
-// face GDI substitutes for the first family stands in (any system sans-serif).
+// The face of `family` when GDI has that very face, else nullptr.
+HFONT exactFace(HDC dc, const FontRequest& f, const std::string& family, std::string& name) {
+  std::wstring wanted = win32::widen(family).substr(0, LF_FACESIZE - 1);
+  HFONT font = createFont(f, wanted);
+  if (!font) return nullptr;
+  HGDIOBJ old = SelectObject(dc, font);
+  name = faceName(dc);
+  SelectObject(dc, old);
+  if (sameFace(win32::widen(name), wanted)) return font;
+  DeleteObject(font);
+  return nullptr;
+}
+
+// Symbols ("✓", arrows) that text faces lack: where plain text output would
+// reach them through the system's font linking, single glyphs are taken from
+// here. Only ever a fallback, never the main face.
+const char* const kSymbolFallbacks[] = {"Segoe UI Symbol"};
+
+// Every family that exists as itself, in the order asked, then the symbol
+// fallbacks. When no asked family exists, the face GDI substitutes for the
+// first one stands in (any system sans-serif).
 std::vector<Face> openFaces(HDC dc, const FontRequest& f) {
   std::vector<Face> faces;
-  for (const std::string& family : f.families) {
-    std::wstring wanted = win32::widen(family).substr(0, LF_FACESIZE - 1);
-    HFONT font = createFont(f, wanted);
-    if (!font) continue;
-    HGDIOBJ old = SelectObject(dc, font);
-    std::string got = faceName(dc);
-    SelectObject(dc, old);
-    if (sameFace(win32::widen(got), wanted)) faces.push_back({font, got});
-    else DeleteObject(font);
-  }
+  std::string name;
+  for (const std::string& family : f.families)
+    if (HFONT font = exactFace(dc, f, family, name)) faces.push_back({font, name});
   if (faces.empty()) {
     HFONT font = createFont(f, f.families.empty() ? L"Segoe UI" : win32::widen(f.families.front()));
-    if (font) {
-      HGDIOBJ old = SelectObject(dc, font);
-      faces.push_back({font, faceName(dc)});
-      SelectObject(dc, old);
-    }
+    if (!font) return faces;
+    HGDIOBJ old = SelectObject(dc, font);
+    faces.push_back({font, faceName(dc)});
+    SelectObject(dc, old);
   }
+  for (const char* family : kSymbolFallbacks)
+    if (HFONT font = exactFace(dc, f, family, name)) faces.push_back({font, name});
   return faces;
 }
 
