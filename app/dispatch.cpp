@@ -167,7 +167,9 @@ void endDrag(AppState& s) {
   if (!s.input.dragging) return;
   s.input.dragging = false;
   s.input.dragMode = 0;
-  pushState(s);
+  // A camera still gliding after the goal is committed once it comes to
+  // rest; storing it now would put a half-way pose into the history.
+  if (!s.cameraWasMoving) pushState(s);
 }
 
 bool interfaceTakesMouse(const AppState& s) {

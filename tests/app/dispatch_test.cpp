@@ -139,6 +139,18 @@ TEST_F(Dispatch, DragsOrbitAndPanAndEachDragBecomesOneHistoryEntry) {
   settle();
   EXPECT_EQ(s->history.undo.size(), before + 1);  // the camera came to rest once
 
+  // Released while the view still glides: one entry, at rest, not a half-way pose.
+  before = s->history.undo.size();
+  mouse(EventType::MouseDown, 80, 50);
+  mouse(EventType::MouseMove, 120, 50);
+  pump();
+  runFrame(*s);
+  mouse(EventType::MouseUp, 120, 50);
+  pump();
+  EXPECT_EQ(s->history.undo.size(), before);
+  settle();
+  EXPECT_EQ(s->history.undo.size(), before + 1);
+
   // Shift+left drag pans: the target moves, the angles stay.
   double yaw = s->camera.goalYaw;
   InputEvent shift;
