@@ -73,7 +73,7 @@ winpath() { printf 'Z:%s' "${1//\//\\}"; }
 # [SECTION] Checks
 
 imports_are_system_dlls() {
-  local allowed='^(kernel32|user32|gdi32|opengl32|shell32|ole32|oleaut32|comdlg32|advapi32|msvcrt|windowscodecs|uuid)\.dll$'
+  local allowed='^(kernel32|user32|gdi32|opengl32|shell32|ole32|oleaut32|comdlg32|advapi32|msvcrt|windowscodecs)\.dll$'
   local dlls bad
   dlls=$(x86_64-w64-mingw32-objdump -p "$exe" | sed -n 's/^\s*DLL Name: //p' | tr 'A-Z' 'a-z')
   bad=$(grep -Ev "$allowed" <<<"$dlls")
