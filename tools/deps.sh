@@ -17,7 +17,7 @@ fi
 # --windows: the mingw-w64 cross-build and its smoke test under Wine on a
 # virtual display (Mesa behind Wine's OpenGL).
 if [[ " $* " == *" --windows "* ]]; then
-  packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth libglx-mesa0)
+  packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth libglx-mesa0 imagemagick)
 fi
 
 missing=()

@@ -5,7 +5,8 @@
 #   1. the .exe imports system DLLs only, and the backend's own checks pass
 #      (platform_win32_test: glyphs, PNG pixels, posted events, folders);
 #   2. --print-preset of a Cyrillic seed equals the Linux output byte for byte;
-#   3. a --shot at 320x180 passes pngcheck and carries the Linux shot's preset;
+#   3. a --shot at 320x180 passes pngcheck and carries the Linux shot's preset
+#      and pixels;
 #   4. a PNG written by the Linux build opens (its preset reads back the same);
 #   5. a normal run, closed like a user closes it, writes state.json into the
 #      roaming application-data folder;
@@ -30,7 +31,7 @@ die() { say "wine smoke: $*" >&2; exit 1; }
 
 if [ "${1:-}" != "--inside-display" ]; then
   export QTX_SMOKE_START=$(date +%s)
-  for tool in x86_64-w64-mingw32-g++-posix wine xvfb-run pngcheck; do
+  for tool in x86_64-w64-mingw32-g++-posix wine xvfb-run pngcheck compare; do
     command -v "$tool" >/dev/null || die "$tool missing: run tools/deps.sh --windows"
   done
   if [ ! -x "$linux_exe" ]; then
@@ -101,7 +102,12 @@ shot_matches() {
   pngcheck -q "$work/win.png" || return 1
   "$linux_exe" --print-preset "$work/linux.png" >"$work/linux-shot.json" &&
     "$linux_exe" --print-preset "$work/win.png" >"$work/win-shot.json" &&
-    cmp "$work/linux-shot.json" "$work/win-shot.json"
+    cmp "$work/linux-shot.json" "$work/win-shot.json" || return 1
+  # Both builds trace on the same Mesa: the pictures must agree pixel for
+  # pixel (a flipped row order or swapped channels in the encoder shows here).
+  local differing
+  differing=$(compare -metric AE "$work/linux.png" "$work/win.png" null: 2>&1)
+  [ "$differing" = "0" ] || { say "  pixels differing from the Linux shot: $differing"; return 1; }
 }
 
 linux_png_opens() {
@@ -141,7 +147,7 @@ input_test_passes() {
 check "imports only system DLLs" imports_are_system_dlls
 check "the Windows backend's own checks" backend_checks_pass
 check "--print-preset of a Cyrillic seed equals Linux" print_preset_matches
-check "--shot PNG passes pngcheck, preset equals the Linux shot's" shot_matches
+check "--shot PNG passes pngcheck, preset and pixels equal the Linux shot's" shot_matches
 check "a PNG from the Linux build opens" linux_png_opens
 check "settings land in %APPDATA%\\Quorvantelix" settings_in_roaming_folder
 check "--input-test passes every step" input_test_passes
