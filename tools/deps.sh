@@ -14,6 +14,11 @@ packages=(
 if [ "${1:-}" = "--dev" ]; then
   packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool zenity openbox)
 fi
+# --windows: the mingw-w64 cross-build and its smoke test under Wine on a
+# virtual display (Mesa behind Wine's OpenGL).
+if [[ " $* " == *" --windows "* ]]; then
+  packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth libglx-mesa0 imagemagick)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
