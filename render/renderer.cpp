@@ -312,8 +312,12 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   if (in.width != r.windowWidth || in.height != r.windowHeight || aw != r.accumA.width ||
       ah != r.accumA.height)
     resizeTargets(r, in.width, in.height, in.settings->resScale);
+  // Motion starts the sample count over but keeps the row cursor: with a
+  // banded sample every moving frame draws the next band, so the bands sweep
+  // the whole picture instead of redrawing the top one over and over (and a
+  // dive reading depths in the middle reads this view's, not a stale one).
   if (in.cameraMoving || in.animating) {
-    resetAccumulation(r);
+    r.samples = 0;
     r.movingUntil = in.now + 0.22;
   }
   if (in.cameraMoving) r.focusDepth = 0;
