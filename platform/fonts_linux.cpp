@@ -10,6 +10,7 @@
 #include <fontconfig/fontconfig.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <strings.h>
 
@@ -27,6 +28,17 @@ FT_Library freetype() {
     return FT_Init_FreeType(&l) == 0 ? l : nullptr;
   }();
   return lib;
+}
+
+// Loaded once; its caches are released at exit so that leak checkers see
+// only real leaks.
+bool fontconfig() {
+  static const bool ready = [] {
+    if (!FcInit()) return false;
+    std::atexit(FcFini);
+    return true;
+  }();
+  return ready;
 }
 
 bool generic(const std::string& family) {
@@ -123,7 +135,7 @@ void renderGlyph(const OpenFace& f, FT_UInt index, int ascent, GlyphBitmap& g) {
 bool rasterizeGlyphs(const FontRequest& font, const std::vector<uint32_t>& codepoints,
                      std::vector<GlyphBitmap>& out, FontMetrics& metrics, std::string& error) {
   out.assign(codepoints.size(), GlyphBitmap{});
-  if (!freetype() || !FcInit()) {
+  if (!freetype() || !fontconfig()) {
     error = "Не удалось запустить растеризатор шрифтов";
     return false;
   }
