@@ -14,6 +14,6 @@ elif [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   exec build/app/quorvantelix3d
 else
   mkdir -p out
-  build/app/quorvantelix3d --shot out/classic.png --seed classic --type mandelbulb --size 960x540 --samples 64
+  build/app/quorvantelix3d --shot out/classic.png --seed classic --type mandelbulb --size 960x540 --samples 64 --hide-ui
   echo "No display: rendered out/classic.png (report in out/classic.png.log)."
 fi
