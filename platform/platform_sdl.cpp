@@ -13,6 +13,7 @@
 //   [SECTION] Desktop services
 //   [SECTION] Folders
 #include "platform/platform.h"
+#include "platform/standin_framebuffer.h"
 
 #include <GL/glcorearb.h>
 #include <SDL2/SDL.h>
@@ -36,34 +37,13 @@ namespace platform {
 
 // [SECTION] Window record and video start-up
 
-namespace {
-
-// The few GL entry points the platform itself needs for the headless
-// framebuffer; the renderer loads its own table through glProcAddress.
-struct PlatformGl {
-  PFNGLGENFRAMEBUFFERSPROC genFramebuffers = nullptr;
-  PFNGLDELETEFRAMEBUFFERSPROC deleteFramebuffers = nullptr;
-  PFNGLBINDFRAMEBUFFERPROC bindFramebuffer = nullptr;
-  PFNGLFRAMEBUFFERRENDERBUFFERPROC framebufferRenderbuffer = nullptr;
-  PFNGLCHECKFRAMEBUFFERSTATUSPROC checkFramebufferStatus = nullptr;
-  PFNGLGENRENDERBUFFERSPROC genRenderbuffers = nullptr;
-  PFNGLDELETERENDERBUFFERSPROC deleteRenderbuffers = nullptr;
-  PFNGLBINDRENDERBUFFERPROC bindRenderbuffer = nullptr;
-  PFNGLRENDERBUFFERSTORAGEPROC renderbufferStorage = nullptr;
-  PFNGLFINISHPROC finish = nullptr;
-  PFNGLGETINTEGERVPROC getIntegerv = nullptr;
-};
-
-}  // namespace
-
 struct Window {
   SDL_Window* window = nullptr;
   SDL_GLContext context = nullptr;
   bool headless = false;
   bool host = false;  // drawing into a screen-saver host's window
   int width = 0, height = 0;  // headless client size
-  GLuint fbo = 0, colour = 0;
-  PlatformGl gl;
+  StandIn standIn;  // headless only
   uint32_t mods = 0;  // modifier state as carried by the last key event
   // Several files dropped at once arrive one event each; only the first opens.
   bool dropping = false, dropTaken = false;
@@ -110,64 +90,12 @@ void setContextAttributes() {
   SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
 }
 
-template <class Fn>
-bool loadGl(Fn& fn, const char* name) {
-  fn = reinterpret_cast<Fn>(SDL_GL_GetProcAddress(name));
-  return fn != nullptr;
-}
-
-bool loadPlatformGl(PlatformGl& gl) {
-  return loadGl(gl.genFramebuffers, "glGenFramebuffers") &&
-         loadGl(gl.deleteFramebuffers, "glDeleteFramebuffers") &&
-         loadGl(gl.bindFramebuffer, "glBindFramebuffer") &&
-         loadGl(gl.framebufferRenderbuffer, "glFramebufferRenderbuffer") &&
-         loadGl(gl.checkFramebufferStatus, "glCheckFramebufferStatus") &&
-         loadGl(gl.genRenderbuffers, "glGenRenderbuffers") &&
-         loadGl(gl.deleteRenderbuffers, "glDeleteRenderbuffers") &&
-         loadGl(gl.bindRenderbuffer, "glBindRenderbuffer") &&
-         loadGl(gl.renderbufferStorage, "glRenderbufferStorage") &&
-         loadGl(gl.finish, "glFinish") && loadGl(gl.getIntegerv, "glGetIntegerv");
-}
-
 // [SECTION] Headless stand-in framebuffer
 
-void releaseStandIn(Window& w) {
-  if (w.fbo) w.gl.deleteFramebuffers(1, &w.fbo);
-  if (w.colour) w.gl.deleteRenderbuffers(1, &w.colour);
-  w.fbo = w.colour = 0;
-}
-
-// An RGBA8 renderbuffer behind an FBO plays the window's back buffer, so the
-// renderer's composite and the shot's readback work the same with no display.
-// The largest frame the GPU can draw: its renderbuffer and viewport limits.
-bool fitsGpuLimits(Window& w, std::string& error) {
-  GLint side = 0, viewport[2] = {0, 0};
-  w.gl.getIntegerv(GL_MAX_RENDERBUFFER_SIZE, &side);
-  w.gl.getIntegerv(GL_MAX_VIEWPORT_DIMS, viewport);
-  const int maxW = std::min(side, viewport[0]), maxH = std::min(side, viewport[1]);
-  if (w.width <= maxW && w.height <= maxH) return true;
-  error = std::string(kErrorFrameTooLarge) + ": " + std::to_string(w.width) + "x" + std::to_string(w.height) +
-          ", предел " + std::to_string(maxW) + "x" + std::to_string(maxH);
-  return false;
-}
-
-bool makeStandIn(Window& w, std::string& error) {
-  releaseStandIn(w);
-  if (!fitsGpuLimits(w, error)) return false;
-  w.gl.genRenderbuffers(1, &w.colour);
-  w.gl.bindRenderbuffer(GL_RENDERBUFFER, w.colour);
-  w.gl.renderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, w.width, w.height);
-  w.gl.bindRenderbuffer(GL_RENDERBUFFER, 0);
-  w.gl.genFramebuffers(1, &w.fbo);
-  w.gl.bindFramebuffer(GL_FRAMEBUFFER, w.fbo);
-  w.gl.framebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, w.colour);
-  GLenum status = w.gl.checkFramebufferStatus(GL_FRAMEBUFFER);
-  if (status != GL_FRAMEBUFFER_COMPLETE) {
-    error = "headless framebuffer incomplete (status " + std::to_string(status) + ")";
-    releaseStandIn(w);
-    return false;
-  }
-  return true;
+// The old stand-in goes even when the new size is refused.
+bool resizeStandIn(Window& w, std::string& error) {
+  releaseStandIn(w.standIn);
+  return fitsGpuLimits(w.standIn.gl, w.width, w.height, error) && makeStandIn(w.standIn, w.width, w.height, error);
 }
 
 // [SECTION] Window creation
@@ -253,12 +181,12 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     destroyWindow(w);
     return nullptr;
   }
-  if (!loadPlatformGl(w->gl)) {
+  if (!loadStandInGl(w->standIn.gl)) {
     error = "OpenGL 4.3: framebuffer entry points missing";
     destroyWindow(w);
     return nullptr;
   }
-  if (w->headless && !makeStandIn(*w, error)) {
+  if (w->headless && !resizeStandIn(*w, error)) {
     destroyWindow(w);
     return nullptr;
   }
@@ -294,7 +222,7 @@ Window* createWindow(const WindowDesc& desc, std::string& error) {
 void destroyWindow(Window* w) {
   if (!w) return;
   if (w->context) {
-    if (w->fbo || w->colour) releaseStandIn(*w);
+    releaseStandIn(w->standIn);
     SDL_GL_MakeCurrent(w->window, nullptr);
     SDL_GL_DeleteContext(w->context);
   }
@@ -314,13 +242,13 @@ void* glProcAddress(const char* name) {
   return SDL_GL_GetProcAddress(name);
 }
 
-uint32_t defaultFramebuffer(const Window* w) { return w && w->headless ? w->fbo : 0; }
+uint32_t defaultFramebuffer(const Window* w) { return w && w->headless ? w->standIn.fbo : 0; }
 
 void swapBuffers(Window* w) {
   if (!w) return;
   // Headless frames go nowhere; finishing keeps the loop paced by the GPU
   // instead of queueing frames without end.
-  if (w->headless) w->gl.finish();
+  if (w->headless) w->standIn.gl.finish();
   else SDL_GL_SwapWindow(w->window);
 }
 
@@ -378,7 +306,7 @@ void setHeadlessSize(Window* w, int width, int height) {
   w->width = width;
   w->height = height;
   std::string ignored;
-  makeStandIn(*w, ignored);
+  resizeStandIn(*w, ignored);
 }
 
 namespace {

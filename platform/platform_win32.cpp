@@ -6,7 +6,6 @@
 // Index
 //   [SECTION] Window record and process start-up
 //   [SECTION] WGL context
-//   [SECTION] Headless stand-in framebuffer
 //   [SECTION] Window creation
 //   [SECTION] Window queries and control
 //   [SECTION] Key codes
@@ -16,6 +15,7 @@
 //   [SECTION] Desktop services
 //   [SECTION] Folders
 #include "platform/platform.h"
+#include "platform/standin_framebuffer.h"
 #include "platform/win32_common.h"
 
 #include <GL/glcorearb.h>
@@ -31,21 +31,6 @@ namespace platform {
 // [SECTION] Window record and process start-up
 
 namespace {
-
-// The few GL entry points the platform itself needs for the headless
-// framebuffer; the renderer loads its own table through glProcAddress.
-struct PlatformGl {
-  PFNGLGENFRAMEBUFFERSPROC genFramebuffers = nullptr;
-  PFNGLDELETEFRAMEBUFFERSPROC deleteFramebuffers = nullptr;
-  PFNGLBINDFRAMEBUFFERPROC bindFramebuffer = nullptr;
-  PFNGLFRAMEBUFFERRENDERBUFFERPROC framebufferRenderbuffer = nullptr;
-  PFNGLCHECKFRAMEBUFFERSTATUSPROC checkFramebufferStatus = nullptr;
-  PFNGLGENRENDERBUFFERSPROC genRenderbuffers = nullptr;
-  PFNGLDELETERENDERBUFFERSPROC deleteRenderbuffers = nullptr;
-  PFNGLBINDRENDERBUFFERPROC bindRenderbuffer = nullptr;
-  PFNGLRENDERBUFFERSTORAGEPROC renderbufferStorage = nullptr;
-  PFNGLFINISHPROC finish = nullptr;
-};
 
 constexpr wchar_t kClassName[] = L"Quorvantelix3D";
 
@@ -69,8 +54,7 @@ struct Window {
   int width = 0, height = 0;  // the headless size
   // A minimised window has an empty client area; its last real size stands in.
   mutable int shownWidth = 0, shownHeight = 0;
-  GLuint fbo = 0, colour = 0;
-  PlatformGl gl;
+  StandIn standIn;  // headless only
   std::vector<InputEvent> queue;  // filled by the window procedure
   wchar_t highSurrogate = 0;      // first half of a character outside the BMP
   bool fullscreen = false;
@@ -164,53 +148,6 @@ HGLRC createCoreContext(HDC dc, std::string& error) {
   return core;
 }
 
-template <class Fn>
-bool loadGl(Fn& fn, const char* name) {
-  fn = reinterpret_cast<Fn>(glProcAddress(name));
-  return fn != nullptr;
-}
-
-bool loadPlatformGl(PlatformGl& gl) {
-  return loadGl(gl.genFramebuffers, "glGenFramebuffers") &&
-         loadGl(gl.deleteFramebuffers, "glDeleteFramebuffers") &&
-         loadGl(gl.bindFramebuffer, "glBindFramebuffer") &&
-         loadGl(gl.framebufferRenderbuffer, "glFramebufferRenderbuffer") &&
-         loadGl(gl.checkFramebufferStatus, "glCheckFramebufferStatus") &&
-         loadGl(gl.genRenderbuffers, "glGenRenderbuffers") &&
-         loadGl(gl.deleteRenderbuffers, "glDeleteRenderbuffers") &&
-         loadGl(gl.bindRenderbuffer, "glBindRenderbuffer") &&
-         loadGl(gl.renderbufferStorage, "glRenderbufferStorage") &&
-         loadGl(gl.finish, "glFinish");
-}
-
-// [SECTION] Headless stand-in framebuffer
-
-void releaseStandIn(Window& w) {
-  if (w.fbo) w.gl.deleteFramebuffers(1, &w.fbo);
-  if (w.colour) w.gl.deleteRenderbuffers(1, &w.colour);
-  w.fbo = w.colour = 0;
-}
-
-// An RGBA8 renderbuffer behind an FBO plays the window's back buffer, so the
-// composite and the shot's readback work the same behind a hidden window.
-bool makeStandIn(Window& w, std::string& error) {
-  releaseStandIn(w);
-  w.gl.genRenderbuffers(1, &w.colour);
-  w.gl.bindRenderbuffer(GL_RENDERBUFFER, w.colour);
-  w.gl.renderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, w.width, w.height);
-  w.gl.bindRenderbuffer(GL_RENDERBUFFER, 0);
-  w.gl.genFramebuffers(1, &w.fbo);
-  w.gl.bindFramebuffer(GL_FRAMEBUFFER, w.fbo);
-  w.gl.framebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, w.colour);
-  GLenum status = w.gl.checkFramebufferStatus(GL_FRAMEBUFFER);
-  if (status != GL_FRAMEBUFFER_COMPLETE) {
-    error = "headless framebuffer incomplete (status " + std::to_string(status) + ")";
-    releaseStandIn(w);
-    return false;
-  }
-  return true;
-}
-
 // [SECTION] Window creation
 
 RECT virtualScreen() {
@@ -260,13 +197,13 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     return nullptr;
   }
   w->context = createCoreContext(w->dc, error);
-  if (!w->context || !loadPlatformGl(w->gl)) {
+  if (!w->context || !loadStandInGl(w->standIn.gl)) {
     if (error.empty()) error = "OpenGL 4.3: framebuffer entry points missing";
     destroyWindow(w);
     return nullptr;
   }
   if (w->headless) {
-    if (!makeStandIn(*w, error)) {
+    if (!makeStandIn(w->standIn, w->width, w->height, error)) {
       destroyWindow(w);
       return nullptr;
     }
@@ -300,7 +237,7 @@ void destroyWindow(Window* w) {
   if (!w) return;
   if (w->context) {
     wglMakeCurrent(w->dc, w->context);
-    if (w->fbo || w->colour) releaseStandIn(*w);
+    releaseStandIn(w->standIn);
     wglMakeCurrent(nullptr, nullptr);
     wglDeleteContext(w->context);
   }
@@ -329,12 +266,12 @@ void* glProcAddress(const char* name) {
   return opengl32 ? reinterpret_cast<void*>(GetProcAddress(opengl32, name)) : nullptr;
 }
 
-uint32_t defaultFramebuffer(const Window* w) { return w && w->headless ? w->fbo : 0; }
+uint32_t defaultFramebuffer(const Window* w) { return w && w->headless ? w->standIn.fbo : 0; }
 
 void swapBuffers(Window* w) {
   if (!w) return;
   // Headless frames go nowhere; finishing keeps the loop paced by the GPU.
-  if (w->headless) w->gl.finish();
+  if (w->headless) w->standIn.gl.finish();
   else SwapBuffers(w->dc);
 }
 
@@ -370,7 +307,7 @@ void setHeadlessSize(Window* w, int width, int height) {
   w->width = width;
   w->height = height;
   std::string ignored;
-  makeStandIn(*w, ignored);
+  makeStandIn(w->standIn, width, height, ignored);
 }
 
 double dpiScale(const Window* w) {
