@@ -16,31 +16,6 @@ namespace {
 const char* const kWebTypeCodes[7] = {"mandelbulb", "mandelbox",   "sierpinski", "menger",
                                       "juliabulb",  "burningbulb", "juliabox"};
 
-struct NumberField {
-  const char* key;
-  double FractalParams::*field;
-};
-
-// Writer and reader share this list, so no key is written that is not read.
-const NumberField kNumberFields[] = {
-    {"iter", &FractalParams::iter},         {"power", &FractalParams::power},
-    {"scale", &FractalParams::scale},       {"jx", &FractalParams::jx},
-    {"jy", &FractalParams::jy},             {"jz", &FractalParams::jz},
-    {"jw", &FractalParams::jw},             {"ox", &FractalParams::ox},
-    {"oy", &FractalParams::oy},             {"oz", &FractalParams::oz},
-    {"rx", &FractalParams::rx},             {"ry", &FractalParams::ry},
-    {"rz", &FractalParams::rz},             {"warp", &FractalParams::warp},
-    {"colShift", &FractalParams::colShift}, {"colScale", &FractalParams::colScale},
-    {"lightYaw", &FractalParams::lightYaw}, {"lightPitch", &FractalParams::lightPitch},
-    {"light", &FractalParams::light},       {"ambient", &FractalParams::ambient},
-    {"spec", &FractalParams::spec},         {"shadowSoft", &FractalParams::shadowSoft},
-    {"metal", &FractalParams::metal},       {"irid", &FractalParams::irid},
-    {"glow", &FractalParams::glow},         {"fog", &FractalParams::fog},
-    {"exposure", &FractalParams::exposure}, {"bloom", &FractalParams::bloom},
-    {"vignette", &FractalParams::vignette}, {"fov", &FractalParams::fov},
-    {"aperture", &FractalParams::aperture}, {"focus", &FractalParams::focus},
-};
-
 struct StringField {
   const char* key;
   std::string FractalParams::*field;
@@ -51,12 +26,6 @@ const StringField kStringFields[] = {
     {"customB", &FractalParams::customB},     {"customC", &FractalParams::customC},
     {"glowColor", &FractalParams::glowColor}, {"bgTop", &FractalParams::bgTop},
     {"bgBot", &FractalParams::bgBot},
-};
-
-const NumberField kCamFields[] = {
-    {"tx", &FractalParams::tx},   {"ty", &FractalParams::ty},
-    {"tz", &FractalParams::tz},   {"yaw", &FractalParams::yaw},
-    {"pitch", &FractalParams::pitch}, {"dist", &FractalParams::dist},
 };
 
 JsonValue slotsToJson(const std::vector<FormulaSlot>& slots) {
@@ -72,7 +41,8 @@ JsonValue slotsToJson(const std::vector<FormulaSlot>& slots) {
 
 JsonValue camToJson(const FractalParams& p) {
   JsonValue cam = JsonValue::makeObject();
-  for (const NumberField& f : kCamFields) set(cam, f.key, JsonValue::makeNumber(p.*f.field));
+  for (const NumberField& f : numberFields())
+    if (f.camera) set(cam, f.key, JsonValue::makeNumber(p.*f.field));
   return cam;
 }
 
@@ -85,7 +55,8 @@ JsonValue presetToJson(const FractalParams& p) {
   set(o, "v", JsonValue::makeNumber(3));
   set(o, "seed", JsonValue::makeString(p.seed));
   set(o, "type", JsonValue::makeString(p.type));
-  for (const NumberField& f : kNumberFields) set(o, f.key, JsonValue::makeNumber(p.*f.field));
+  for (const NumberField& f : numberFields())
+    if (!f.camera) set(o, f.key, JsonValue::makeNumber(p.*f.field));
   set(o, "slots", slotsToJson(p.slots));
   set(o, "jmode", JsonValue::makeNumber(p.jmode));
   for (const StringField& f : kStringFields) set(o, f.key, JsonValue::makeString(p.*f.field));
@@ -148,7 +119,8 @@ FractalParams desktopFromJson(const JsonValue& root) {
   if (!isKnownType(type)) type = "mandelbulb";
   FractalParams p = defaultsForType(type);
   p.seed = stringOr(root, "seed", p.seed);
-  for (const NumberField& f : kNumberFields) p.*f.field = numberOr(root, f.key, p.*f.field);
+  for (const NumberField& f : numberFields())
+    if (!f.camera) p.*f.field = numberOr(root, f.key, p.*f.field);
   if (const JsonValue* j = find(root, "jmode"); j && j->isNumber()) p.jmode = truncateToInt(j->number);
   for (const StringField& f : kStringFields) p.*f.field = stringOr(root, f.key, p.*f.field);
   if (const JsonValue* a = find(root, "autoFocus"); a && a->isBool()) p.autoFocus = a->boolean;

@@ -71,33 +71,6 @@ const std::vector<ValueRange> kRanges = {
     {"diveUntil", 0, kFarthest, false},
 };
 
-struct RecordNumber {
-  const char* key;
-  double FractalParams::*field;
-};
-
-const RecordNumber kRecordNumbers[] = {
-    {"iter", &FractalParams::iter},         {"power", &FractalParams::power},
-    {"scale", &FractalParams::scale},       {"jx", &FractalParams::jx},
-    {"jy", &FractalParams::jy},             {"jz", &FractalParams::jz},
-    {"jw", &FractalParams::jw},             {"ox", &FractalParams::ox},
-    {"oy", &FractalParams::oy},             {"oz", &FractalParams::oz},
-    {"rx", &FractalParams::rx},             {"ry", &FractalParams::ry},
-    {"rz", &FractalParams::rz},             {"warp", &FractalParams::warp},
-    {"colShift", &FractalParams::colShift}, {"colScale", &FractalParams::colScale},
-    {"lightYaw", &FractalParams::lightYaw}, {"lightPitch", &FractalParams::lightPitch},
-    {"light", &FractalParams::light},       {"ambient", &FractalParams::ambient},
-    {"spec", &FractalParams::spec},         {"shadowSoft", &FractalParams::shadowSoft},
-    {"metal", &FractalParams::metal},       {"irid", &FractalParams::irid},
-    {"glow", &FractalParams::glow},         {"fog", &FractalParams::fog},
-    {"exposure", &FractalParams::exposure}, {"bloom", &FractalParams::bloom},
-    {"vignette", &FractalParams::vignette}, {"fov", &FractalParams::fov},
-    {"aperture", &FractalParams::aperture}, {"focus", &FractalParams::focus},
-    {"tx", &FractalParams::tx},             {"ty", &FractalParams::ty},
-    {"tz", &FractalParams::tz},             {"yaw", &FractalParams::yaw},
-    {"pitch", &FractalParams::pitch},       {"dist", &FractalParams::dist},
-};
-
 void makeSlotSafe(FormulaSlot& s) {
   s.f = static_cast<int32_t>(safeValue(s.f, *findRange("slot.f"), 0));
   ValueRange k = *findRange("slot.k");
@@ -128,7 +101,7 @@ double safeValue(double value, const ValueRange& range, double fallback) {
 
 void makeParamsSafe(FractalParams& p) {
   const FractalParams start = defaultsForType(p.type);
-  for (const RecordNumber& n : kRecordNumbers) {
+  for (const NumberField& n : numberFields()) {
     ValueRange r = *findRange(n.key);
     if (n.field == &FractalParams::iter)
       r.hi = std::min(r.hi, double(fractalTypes()[typeIndex(p.type)].iterMax));
