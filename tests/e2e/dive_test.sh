@@ -7,23 +7,12 @@
 # Usage: dive_test.sh PROGRAM PNG_STATS
 set -u
 prog=$1 stats=$2
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
-fail() { echo "FAIL: $*"; exit 1; }
-
-export XDG_CONFIG_HOME="$dir/cfg" HOME="$dir/home"
-mkdir -p "$HOME"
-unset DISPLAY WAYLAND_DISPLAY
+. "$(dirname "$0")/common.sh"
 
 out="$dir/d.png"
 "$prog" --shot "$out" --seed abyss --type mandelbulb --dive 120 --dive-speed 1.5 --dive-until 1e-6 \
   --size 320x180 --samples 4 2>"$dir/stderr"
-rc=$?
-if [ $rc -ne 0 ] && grep -q "OpenGL 4.3" "$dir/stderr"; then
-  echo "no OpenGL 4.3 context here; skipped"
-  exit 77
-fi
-[ $rc -eq 0 ] || { cat "$dir/stderr"; fail "exit status $rc"; }
+expect_success $? "$dir/stderr"
 dist=$(sed -n 's/^dist: //p' "$out.log")
 [ -n "$dist" ] || fail "no distance in the report"
 awk -v d="$dist" 'BEGIN { exit !(d + 0 < 1e-6 && d + 0 > 0) }' || fail "the dive ended at $dist, not below 1e-6"

@@ -5,24 +5,13 @@
 # Usage: input_selftest.sh PROGRAM
 set -u
 prog=$1
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
-fail() { echo "FAIL: $*"; exit 1; }
-
-export XDG_CONFIG_HOME="$dir/cfg" HOME="$dir/home"
-mkdir -p "$HOME"
-unset DISPLAY WAYLAND_DISPLAY
+. "$(dirname "$0")/common.sh"
 
 run() {  # NAME [OPTIONS...]
   name=$1
   shift
   env "$prog" --input-test --shot "$dir/$name" --size 800x600 "$@" >/dev/null 2>"$dir/$name.stderr"
-  rc=$?
-  if [ $rc -ne 0 ] && grep -q "OpenGL 4.3" "$dir/$name.stderr"; then
-    echo "no OpenGL 4.3 context here; skipped"
-    exit 77
-  fi
-  [ $rc -eq 0 ] || { cat "$dir/$name.stderr"; fail "$name: exit status $rc"; }
+  expect_success $? "$dir/$name.stderr" "$name"
   [ -s "$dir/$name.input.log" ] || fail "$name: no log written"
 }
 

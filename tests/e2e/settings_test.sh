@@ -5,13 +5,7 @@
 # Usage: settings_test.sh PROGRAM
 set -u
 prog=$1
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
-fail() { echo "FAIL: $*"; exit 1; }
-
-export XDG_CONFIG_HOME="$dir/cfg" HOME="$dir/home"
-mkdir -p "$HOME"
-unset DISPLAY WAYLAND_DISPLAY
+. "$(dirname "$0")/common.sh"
 
 "$prog" /p:1234 || fail "/p did not exit cleanly"
 "$prog" /C 2>"$dir/info" || fail "/c did not exit cleanly"
