@@ -9,15 +9,16 @@
 //   bench_frames [--size WxH] [--frames N] [PRESET]
 //
 // BENCH_FRAMES_EACH=1 in the environment prints every frame's time as well.
+#include "app/app_state.h"
 #include "io/files.h"
 #include "io/settings.h"
 #include "model/seed.h"
 #include "model/tables.h"
+#include "nav/camera.h"
 #include "platform/platform.h"
 #include "render/renderer.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,24 +27,12 @@
 
 namespace {
 
+// The view the shell traces for the record, turned by yawShift degrees.
 CameraView cameraOf(const FractalParams& p, double yawShift) {
-  const double d2r = 3.14159265358979323846 / 180;
-  const double yaw = (p.yaw + yawShift) * d2r, pitch = p.pitch * d2r;
-  const double d[3] = {std::cos(pitch) * std::sin(yaw), std::sin(pitch), std::cos(pitch) * std::cos(yaw)};
-  const double f[3] = {-d[0], -d[1], -d[2]};
-  const double len = std::hypot(f[2], f[0]);
-  const double rt[3] = {-f[2] / len, 0, f[0] / len};
-  const double up[3] = {rt[1] * f[2] - rt[2] * f[1], rt[2] * f[0] - rt[0] * f[2], rt[0] * f[1] - rt[1] * f[0]};
-  CameraView c;
-  for (int i = 0; i < 3; ++i) {
-    c.pos[i] = (i == 0 ? p.tx : i == 1 ? p.ty : p.tz) + p.dist * d[i];
-    c.basis[i] = float(rt[i]);
-    c.basis[3 + i] = float(up[i]);
-    c.basis[6 + i] = float(f[i]);
-  }
-  c.distance = p.dist;
-  c.tanHalfFov = std::tan(p.fov * d2r / 2);
-  return c;
+  Camera c;
+  setCameraFromParams(c, p);
+  c.yaw += yawShift;
+  return cameraViewOf(c, p.fov);
 }
 
 FractalParams worstRecord() {

@@ -1,6 +1,7 @@
 // Navigation against the real trace (Mesa's software renderer, no display):
 // the depth box comes back the right way up, and a picked texel unprojects to
 // the surface point that the centre ray then hits after centring on it.
+#include "app/app_state.h"
 #include "nav/picture.h"
 #include "platform/platform.h"
 #include "render/renderer.h"
@@ -10,24 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 namespace {
-
-// The trace's view of the shown camera, as the shell builds it.
-CameraView viewOf(const Camera& c, double fovDegrees) {
-  const CameraPose pose = cameraPose(c);
-  CameraView v;
-  for (int i = 0; i < 3; ++i) {
-    v.pos[i] = pose.eye[i];
-    v.basis[i] = float(pose.right[i]);
-    v.basis[3 + i] = float(pose.up[i]);
-    v.basis[6 + i] = float(pose.forward[i]);
-  }
-  v.distance = pose.distance;
-  v.tanHalfFov = std::tan(fovDegrees * 3.14159265358979323846 / 360.0);
-  return v;
-}
 
 constexpr int kW = 97, kH = 65;  // odd: the middle texel's centre is the forward ray
 
@@ -44,7 +28,7 @@ TEST_F(RenderGl, DepthBoxAndPickingAgreeWithTheTrace) {
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
   FrameInput in = stillFrame(p, s, kW, kH, platform::defaultFramebuffer(window));
-  in.camera = viewOf(c, p.fov);
+  in.camera = cameraViewOf(c, p.fov);  // the trace's view, as the shell builds it
   ASSERT_TRUE(accumulate(r, in, 1));
 
   std::vector<float> depth;
@@ -76,7 +60,7 @@ TEST_F(RenderGl, DepthBoxAndPickingAgreeWithTheTrace) {
   cameraUpdate(c, 10.0);  // land at once
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(cameraPose(c).eye[i], f.pose.eye[i], 1e-9);
   resetAccumulation(r);
-  in.camera = viewOf(c, p.fov);
+  in.camera = cameraViewOf(c, p.fov);  // the trace's view, as the shell builds it
   ASSERT_TRUE(accumulate(r, in, 1));
   std::vector<float> centre;
   ASSERT_TRUE(readDepthBox(r, kW / 2, kH / 2, 1, 1, centre));
