@@ -3,11 +3,11 @@
 #include "ui/ui_context.h"
 
 #include "render/gl.h"
+#include "render/programs.h"
 #include "ui/atlas.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace {
 
@@ -23,39 +23,6 @@ const char* const kFragmentShader =
     "#version 430 core\n"
     "uniform sampler2D uTex; in vec2 vUv; in vec4 vCol; out vec4 o;\n"
     "void main(){ o = vec4(vCol.rgb, vCol.a * texture(uTex, vUv).r); }\n";
-
-// A compile failure is logged and the link decides: a driver may still link
-// a program whose compile reported warnings as errors.
-GLuint compileStage(GLenum stage, const char* source) {
-  GLuint sh = gl.CreateShader(stage);
-  gl.ShaderSource(sh, 1, &source, nullptr);
-  gl.CompileShader(sh);
-  GLint ok = 0;
-  gl.GetShaderiv(sh, GL_COMPILE_STATUS, &ok);
-  if (!ok) {
-    char log[1024] = {};
-    gl.GetShaderInfoLog(sh, sizeof log, nullptr, log);
-    std::fprintf(stderr, "%.1024s\n", log);
-  }
-  return sh;
-}
-
-GLuint buildProgram(const char* vs, const char* fs) {
-  GLuint v = compileStage(GL_VERTEX_SHADER, vs), f = compileStage(GL_FRAGMENT_SHADER, fs);
-  GLuint p = gl.CreateProgram();
-  gl.AttachShader(p, v);
-  gl.AttachShader(p, f);
-  gl.LinkProgram(p);
-  gl.DeleteShader(v);
-  gl.DeleteShader(f);
-  GLint ok = 0;
-  gl.GetProgramiv(p, GL_LINK_STATUS, &ok);
-  if (!ok) {
-    gl.DeleteProgram(p);
-    return 0;
-  }
-  return p;
-}
 
 // [SECTION] GL objects
 
@@ -134,7 +101,8 @@ bool buildUiCpu(UiContext& ui, double scale, std::vector<uint8_t>& atlasPixels, 
 bool initUi(UiContext& ui, double scale, std::string& error) {
   std::vector<uint8_t> pixels;
   if (!buildUiCpu(ui, scale, pixels, error)) return false;
-  ui.program = buildProgram(kVertexShader, kFragmentShader);
+  std::string log;  // compile logs also go to stderr; the user gets one line
+  ui.program = linkProgram(log, kVertexShader, kFragmentShader);
   if (!ui.program) {
     error = "Не удалось собрать шейдер интерфейса";
     return false;
