@@ -90,14 +90,6 @@ void setContextAttributes() {
   SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
 }
 
-// [SECTION] Headless stand-in framebuffer
-
-// The old stand-in goes even when the new size is refused.
-bool resizeStandIn(Window& w, std::string& error) {
-  releaseStandIn(w.standIn);
-  return fitsGpuLimits(w.standIn.gl, w.width, w.height, error) && makeStandIn(w.standIn, w.width, w.height, error);
-}
-
 // [SECTION] Window creation
 
 SDL_Rect allDisplaysRect() {
@@ -186,7 +178,7 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     destroyWindow(w);
     return nullptr;
   }
-  if (w->headless && !resizeStandIn(*w, error)) {
+  if (w->headless && !makeStandIn(w->standIn, w->width, w->height, error)) {
     destroyWindow(w);
     return nullptr;
   }
@@ -306,7 +298,7 @@ void setHeadlessSize(Window* w, int width, int height) {
   w->width = width;
   w->height = height;
   std::string ignored;
-  resizeStandIn(*w, ignored);
+  makeStandIn(w->standIn, w->width, w->height, ignored);
 }
 
 namespace {

@@ -48,7 +48,8 @@ bool fitsGpuLimits(const StandInGl& gl, int width, int height, std::string& erro
 }
 
 bool makeStandIn(StandIn& s, int width, int height, std::string& error) {
-  releaseStandIn(s);
+  releaseStandIn(s);  // the old stand-in goes even when the new size is refused
+  if (!fitsGpuLimits(s.gl, width, height, error)) return false;
   s.gl.genRenderbuffers(1, &s.colour);
   s.gl.bindRenderbuffer(GL_RENDERBUFFER, s.colour);
   s.gl.renderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, width, height);

@@ -36,7 +36,8 @@ void releaseStandIn(StandIn& s);
 // Whether a width x height frame is within the GPU's renderbuffer and viewport
 // limits; if not, `error` begins with kErrorFrameTooLarge and names the limit.
 bool fitsGpuLimits(const StandInGl& gl, int width, int height, std::string& error);
-// Replaces the stand-in with one of the given size, bound as the draw target.
+// Replaces the stand-in with one of the given size, bound as the draw target;
+// a size beyond the GPU's limits is refused (see fitsGpuLimits).
 bool makeStandIn(StandIn& s, int width, int height, std::string& error);
 
 }  // namespace platform
