@@ -10,12 +10,13 @@
 #include "model/tables.h"
 #include "nav/gestures.h"
 #include "platform/platform.h"
+#include "../support/test_support.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
 #include <cstdlib>
+#include <cmath>
 #include <filesystem>
 #include <memory>
 
@@ -34,13 +35,7 @@ class Dispatch : public ::testing::Test {
     std::filesystem::create_directories(home);
     setenv("XDG_CONFIG_HOME", home.c_str(), 1);
     setenv("HOME", home.c_str(), 1);
-    platform::WindowDesc d;
-    d.kind = platform::WindowKind::Headless;
-    d.width = kW;
-    d.height = kH;
-    std::string error;
-    window = platform::createWindow(d, error);
-    if (!window) skipReason = "no headless OpenGL 4.3 context: " + error;
+    window = openHeadless(kW, kH, skipReason);
   }
   static void TearDownTestSuite() {
     if (window) platform::destroyWindow(window);
@@ -387,32 +382,4 @@ TEST_F(Dispatch, APhotoIsWrittenWithItsPresetAndCancelledByEscape) {
   post(esc);
   EXPECT_FALSE(writePhoto(*s, path.string(), 40, 30, 64, problem));
   EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST(Dialogs, WithNoSessionBusAndNoZenityTheyAreUnavailableAtOnce) {
-  struct Saved {
-    const char* name;
-    std::string value;
-    bool had;
-  } saved[] = {{"DBUS_SESSION_BUS_ADDRESS", "", false}, {"XDG_RUNTIME_DIR", "", false}, {"PATH", "", false}};
-  for (auto& v : saved) {
-    const char* old = std::getenv(v.name);
-    v.had = old != nullptr;
-    if (old) v.value = old;
-  }
-  unsetenv("DBUS_SESSION_BUS_ADDRESS");
-  setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);
-  setenv("PATH", "/nonexistent", 1);
-  std::string path = "untouched";
-  auto t0 = std::chrono::steady_clock::now();
-  auto save = platform::saveFileDialog(nullptr, "Сохранить", {{"JSON", {"*.json"}}}, "/tmp", "a.json", path);
-  EXPECT_EQ(save, platform::DialogResult::Unavailable);
-  EXPECT_EQ(path, "");
-  auto open = platform::openFileDialog(nullptr, "Открыть", {}, "", path);
-  EXPECT_EQ(open, platform::DialogResult::Unavailable);
-  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(2));
-  for (auto& v : saved) {
-    if (v.had) setenv(v.name, v.value.c_str(), 1);
-    else unsetenv(v.name);
-  }
 }

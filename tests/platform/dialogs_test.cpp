@@ -3,11 +3,13 @@
 // comes back on the request object we foresaw, a file URI becomes a path, a
 // cancel is a cancel. Skipped where no bus daemon can be started.
 #include "platform/platform.h"
+#include "../support/test_support.h"
 
 #include <dbus/dbus.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -134,8 +136,7 @@ struct FakePortal {
 TEST(PortalDialogs, ChosenFileComesBackAsAPathAndACancelAsACancel) {
   Bus bus;
   if (bus.address.empty()) GTEST_SKIP() << "no dbus-daemon here";
-  const char* old = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-  std::string saved = old ? old : "";
+  EnvGuard restore("DBUS_SESSION_BUS_ADDRESS");
   setenv("DBUS_SESSION_BUS_ADDRESS", bus.address.c_str(), 1);
 
   {
@@ -167,6 +168,19 @@ TEST(PortalDialogs, ChosenFileComesBackAsAPathAndACancelAsACancel) {
     EXPECT_EQ(path, "");
     EXPECT_EQ(portal.method, "OpenFile");
   }
-  if (old) setenv("DBUS_SESSION_BUS_ADDRESS", saved.c_str(), 1);
-  else unsetenv("DBUS_SESSION_BUS_ADDRESS");
+}
+
+TEST(Dialogs, WithNoSessionBusAndNoZenityTheyAreUnavailableAtOnce) {
+  EnvGuard bus("DBUS_SESSION_BUS_ADDRESS"), runtime("XDG_RUNTIME_DIR"), path("PATH");
+  unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);
+  setenv("PATH", "/nonexistent", 1);
+  std::string chosen = "untouched";
+  auto t0 = std::chrono::steady_clock::now();
+  auto save = platform::saveFileDialog(nullptr, "Сохранить", {{"JSON", {"*.json"}}}, "/tmp", "a.json", chosen);
+  EXPECT_EQ(save, platform::DialogResult::Unavailable);
+  EXPECT_EQ(chosen, "");
+  auto open = platform::openFileDialog(nullptr, "Открыть", {}, "", chosen);
+  EXPECT_EQ(open, platform::DialogResult::Unavailable);
+  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(2));
 }

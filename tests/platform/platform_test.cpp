@@ -1,5 +1,6 @@
 // Platform seam: PNG encoding, folder rules and the headless GL context.
 #include "platform/platform.h"
+#include "../support/test_support.h"
 
 #include <GL/glcorearb.h>
 #include <gtest/gtest.h>
@@ -29,18 +30,6 @@ Decoded decodePng(const std::string& bytes) {
   if (!png_image_finish_read(&img, nullptr, d.pixels.data(), 0, nullptr)) d.pixels.clear();
   return d;
 }
-
-// Restores an environment variable when the test ends.
-struct EnvGuard {
-  std::string name;
-  bool had;
-  std::string value;
-  explicit EnvGuard(const char* n) : name(n), had(std::getenv(n) != nullptr), value(had ? std::getenv(n) : "") {}
-  ~EnvGuard() {
-    if (had) setenv(name.c_str(), value.c_str(), 1);
-    else unsetenv(name.c_str());
-  }
-};
 
 std::string tempFolder(const char* tag) {
   auto p = std::filesystem::temp_directory_path() / (std::string("qtx_platform_") + tag + "_" + std::to_string(getpid()));
@@ -114,13 +103,9 @@ TEST(Folders, PicturesFolderFollowsUserDirsThenPicturesThenHome) {
 }
 
 TEST(HeadlessWindow, GivesCurrentCoreContextAndSizedFramebuffer) {
-  platform::WindowDesc desc;
-  desc.kind = platform::WindowKind::Headless;
-  desc.width = 64;
-  desc.height = 48;
-  std::string error;
-  platform::Window* w = platform::createWindow(desc, error);
-  if (!w) GTEST_SKIP() << "no headless GL 4.3 here: " << error;
+  std::string skip;
+  platform::Window* w = openHeadless(64, 48, skip);
+  if (!w) GTEST_SKIP() << skip;
   EXPECT_TRUE(platform::isHeadless(w));
   int width = 0, height = 0;
   platform::drawableSize(w, width, height);
@@ -157,13 +142,9 @@ TEST(HeadlessWindow, GivesCurrentCoreContextAndSizedFramebuffer) {
 }
 
 TEST(HeadlessWindow, PostedEventsComeBackThroughTheTranslation) {
-  platform::WindowDesc desc;
-  desc.kind = platform::WindowKind::Headless;
-  desc.width = 320;
-  desc.height = 200;
-  std::string error;
-  platform::Window* w = platform::createWindow(desc, error);
-  if (!w) GTEST_SKIP() << "no headless GL 4.3 here: " << error;
+  std::string skip;
+  platform::Window* w = openHeadless(320, 200, skip);
+  if (!w) GTEST_SKIP() << skip;
   platform::pollEvents(w);  // whatever start-up queued
 
   using platform::EventType;

@@ -2,6 +2,7 @@
 
 #include "platform/platform.h"
 #include "render/gl.h"
+#include "../support/test_support.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,16 +14,9 @@ std::string RenderGl::skipReason;
 
 void RenderGl::SetUpTestSuite() {
   if (window || !skipReason.empty()) return;
-  platform::WindowDesc desc;
-  desc.kind = platform::WindowKind::Headless;
-  desc.width = 64;
-  desc.height = 48;
+  window = openHeadless(64, 48, skipReason);
+  if (!window) return;
   std::string error;
-  window = platform::createWindow(desc, error);
-  if (!window) {
-    skipReason = "no headless OpenGL 4.3 context: " + error;
-    return;
-  }
   renderer = new Renderer;
   if (!initRenderer(*renderer, platform::glProcAddress, error)) {
     skipReason = "renderer start-up failed: " + error;

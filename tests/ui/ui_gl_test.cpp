@@ -3,6 +3,7 @@
 #include "platform/platform.h"
 #include "render/gl.h"
 #include "ui/ui_context.h"
+#include "../support/test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -15,24 +16,15 @@ constexpr int kW = 160, kH = 48;
 class UiGl : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    platform::WindowDesc d;
-    d.kind = platform::WindowKind::Headless;
-    d.width = kW;
-    d.height = kH;
-    std::string error;
-    window = platform::createWindow(d, error);
-    if (!window) {
-      skip = "no headless OpenGL 4.3 context: " + error;
-      return;
-    }
+    window = openHeadless(kW, kH, skip);
+    if (!window) return;
     std::string missing;
     if (!loadGlFunctions(platform::glProcAddress, missing)) {
       skip = "GL entry point missing: " + missing;
       return;
     }
     ui = new UiContext;
-    linked = initUi(*ui, 1.0, error);
-    initError = error;
+    linked = initUi(*ui, 1.0, initError);
     makeTarget();
   }
   static void TearDownTestSuite() {
