@@ -27,8 +27,7 @@ TEST_F(RenderGl, DepthBoxAndPickingAgreeWithTheTrace) {
   AppSettings s;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
-  FrameInput in = stillFrame(p, s, kW, kH, platform::defaultFramebuffer(window));
-  in.camera = cameraViewOf(c, p.fov);  // the trace's view, as the shell builds it
+  FrameInput in = stillFrame(p, s, kW, kH, platform::defaultFramebuffer(window));  // the view of `c`
   ASSERT_TRUE(accumulate(r, in, 1));
 
   std::vector<float> depth;

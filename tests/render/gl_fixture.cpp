@@ -1,5 +1,7 @@
 #include "gl_fixture.h"
 
+#include "app/app_state.h"
+
 #include "platform/platform.h"
 #include "render/gl.h"
 #include "../support/test_support.h"
@@ -47,24 +49,9 @@ CameraView cameraAt(const double pos[3], const float basis[9], double distance, 
 }
 
 CameraView cameraOf(const FractalParams& p) {
-  const double d2r = 3.14159265358979323846 / 180;
-  const double yaw = p.yaw * d2r, pitch = p.pitch * d2r;
-  const double d[3] = {std::cos(pitch) * std::sin(yaw), std::sin(pitch),
-                       std::cos(pitch) * std::cos(yaw)};
-  const double f[3] = {-d[0], -d[1], -d[2]};
-  double rt[3] = {-f[2], 0, f[0]};  // cross(forward, (0, 1, 0))
-  const double len = std::hypot(rt[0], rt[2]);
-  rt[0] /= len, rt[2] /= len;
-  const double up[3] = {rt[1] * f[2] - rt[2] * f[1], rt[2] * f[0] - rt[0] * f[2],
-                        rt[0] * f[1] - rt[1] * f[0]};
-  const double pos[3] = {p.tx + p.dist * d[0], p.ty + p.dist * d[1], p.tz + p.dist * d[2]};
-  float basis[9];
-  for (int i = 0; i < 3; ++i) {
-    basis[i] = float(rt[i]);
-    basis[3 + i] = float(up[i]);
-    basis[6 + i] = float(f[i]);
-  }
-  return cameraAt(pos, basis, p.dist, std::tan(p.fov * d2r / 2));
+  Camera c;
+  setCameraFromParams(c, p);
+  return cameraViewOf(c, p.fov);
 }
 
 FrameInput stillFrame(const FractalParams& p, const AppSettings& s, int w, int h, uint32_t fbo) {

@@ -27,7 +27,7 @@ class RenderGl : public ::testing::Test {
   static std::string skipReason;
 };
 
-// The camera of a record: orbit target, yaw, pitch and distance.
+// The camera of a record as the program traces it (the shell's camera view).
 CameraView cameraOf(const FractalParams& p);
 CameraView cameraAt(const double pos[3], const float basis[9], double distance, double tanHalfFov);
 
