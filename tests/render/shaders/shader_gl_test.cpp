@@ -23,14 +23,10 @@ TEST_F(RenderGl, DeepAndFloatBothHitAlongTheBulbsPolarAxis) {
   v.camera = cameraOf(p);
   float depth[2];
   for (int deep = 0; deep < 2; ++deep) {
-    RenderTarget a, b, pre;
-    bool preValid = false;
-    createTarget(a, w, h, TargetFormat::Float32, true);
-    createTarget(b, w, h, TargetFormat::Float32, true);
+    OwnTargets t(w, h);
     v.deep = deep;
-    ASSERT_TRUE(tracePass(r, {&a, &b, &pre, &preValid}, v, p, {true, true, false}));
-    depth[deep] = readFloatTarget(a, w, h)[(size_t(h / 2) * w + w / 2) * 4 + 3];
-    for (RenderTarget* t : {&a, &b, &pre}) deleteTarget(*t);
+    ASSERT_TRUE(tracePass(r, t.view(), v, p, {true, true, false}));
+    depth[deep] = readFloatTarget(t.a, w, h)[(size_t(h / 2) * w + w / 2) * 4 + 3];
   }
   EXPECT_LT(depth[0], 10000);
   EXPECT_NEAR(depth[1], depth[0], depth[0] * 1e-3);
