@@ -3,7 +3,8 @@
 # it under Wine on a virtual X display (Mesa's llvmpipe behind WGL), checking
 # it against the Linux build of the same tree:
 #   1. the .exe imports system DLLs only, and the backend's own checks pass
-#      (platform_win32_test: glyphs, PNG pixels, posted events, folders);
+#      (platform_win32_test: glyphs, posted events, pictures folder, clipboard;
+#      the PNG encoder is checked by the shot compared with the Linux one);
 #   2. --print-preset of a Cyrillic seed equals the Linux output byte for byte;
 #   3. a --shot at 320x180 passes pngcheck and carries the Linux shot's preset
 #      and pixels;
