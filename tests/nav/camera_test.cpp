@@ -1,26 +1,15 @@
 // Camera update: smoothing and its snapping thresholds, automatic rotation,
 // flight, and the basis shared with the renderer's rays.
 #include "nav/camera.h"
+#include "scene.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
 
-namespace {
-
-Camera restingAt(double yaw, double pitch, double dist) {
-  FractalParams p;
-  p.yaw = yaw, p.pitch = pitch, p.dist = dist;
-  Camera c;
-  setCameraFromParams(c, p);
-  return c;
-}
-
-}  // namespace
-
 TEST(CameraUpdate, GlidesThenLandsExactlyWithinTheThresholds) {
-  Camera c = restingAt(35, 22, 3.4);
+  Camera c = cameraAt(35, 22, 3.4);
   EXPECT_FALSE(cameraUpdate(c, 1.0 / 60));
   c.goalYaw = 80, c.goalPitch = -10, c.goalLogDist = std::log(0.5), c.goalTarget[1] = 0.25;
   ASSERT_TRUE(cameraUpdate(c, 1.0 / 60));
@@ -34,19 +23,19 @@ TEST(CameraUpdate, GlidesThenLandsExactlyWithinTheThresholds) {
 
   // Angles snap within 0.0002°, the target within 2e-6 of the distance, the
   // log-distance within 2e-6.
-  c = restingAt(35, 22, 1e-6);
+  c = cameraAt(35, 22, 1e-6);
   c.goalYaw = 35.00019, c.goalTarget[0] = 1.5e-12, c.goalLogDist = c.logDist + 0.0000015;
   EXPECT_FALSE(cameraUpdate(c, 0.01));
   EXPECT_EQ(c.yaw, 35.00019);
   EXPECT_EQ(c.target[0], 1.5e-12);
   c.goalTarget[0] = 5e-12;
   EXPECT_TRUE(cameraUpdate(c, 0.01));
-  c = restingAt(35, 22, 3.4);
+  c = cameraAt(35, 22, 3.4);
   c.goalLogDist += 0.01;
   EXPECT_TRUE(cameraUpdate(c, 0.01));
 
   // A frame so long that k is 1 lands on the goal at once.
-  c = restingAt(35, 22, 3.4);
+  c = cameraAt(35, 22, 3.4);
   c.goalYaw = 200, c.goalLogDist = -5, c.goalTarget[2] = -3;
   EXPECT_TRUE(cameraUpdate(c, 10.0));
   EXPECT_EQ(c.yaw, 200);
@@ -54,7 +43,7 @@ TEST(CameraUpdate, GlidesThenLandsExactlyWithinTheThresholds) {
 }
 
 TEST(CameraUpdate, RotationAndFlight) {
-  Camera c = restingAt(0, 22, 3.4);
+  Camera c = cameraAt(0, 22, 3.4);
   c.rotationSpeed = 12;
   EXPECT_TRUE(cameraUpdate(c, 0.5));
   EXPECT_DOUBLE_EQ(c.goalYaw, 6);
@@ -63,7 +52,7 @@ TEST(CameraUpdate, RotationAndFlight) {
   EXPECT_FALSE(cameraUpdate(c, 0.5)) << "no rotation while flying";
 
   auto flownBy = [](std::set<int32_t> keys, double dist = 2.0) {
-    Camera f = restingAt(30, 10, dist);
+    Camera f = cameraAt(30, 10, dist);
     setFlying(f, true);
     f.flightSpeed = 0.5;
     f.heldKeys = keys;
@@ -89,7 +78,7 @@ TEST(CameraUpdate, RotationAndFlight) {
 
 TEST(CameraPose, BasisRecordAndYawWrap) {
   // yaw 0, pitch 0: the eye sits on +Z and looks down −Z, as the rays expect.
-  CameraPose pose = cameraPose(restingAt(0, 0, 2));
+  CameraPose pose = cameraPose(cameraAt(0, 0, 2));
   EXPECT_NEAR(pose.eye[2], 2, 1e-15);
   EXPECT_NEAR(pose.forward[2], -1, 1e-15);
   EXPECT_NEAR(pose.right[0], 1, 1e-15);

@@ -2,21 +2,13 @@
 // the wheel's zoom towards the cursor, flight speed and clamps.
 #include "nav/gestures.h"
 #include "nav/dive.h"
+#include "scene.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 namespace {
-
-Camera cameraAt(double yaw, double pitch, double dist) {
-  Camera c;
-  FractalParams p;
-  p.yaw = yaw, p.pitch = pitch, p.dist = dist;
-  p.tx = 0.1, p.ty = -0.2, p.tz = 0.3;
-  setCameraFromParams(c, p);
-  return c;
-}
 
 // The goal camera's eye.
 void goalEye(const Camera& c, double eye[3]) {
@@ -28,7 +20,7 @@ void goalEye(const Camera& c, double eye[3]) {
 }  // namespace
 
 TEST(Gestures, OrbitTurnsByDegreesPerPixelAndFlightKeepsTheEye) {
-  Camera c = cameraAt(35, 22, 3.4);
+  Camera c = cameraAt(35, 22, 3.4, 0.1, -0.2, 0.3);
   orbitDrag(c, 10, -20);
   EXPECT_DOUBLE_EQ(c.goalYaw, 32);
   EXPECT_DOUBLE_EQ(c.goalPitch, 16);
@@ -39,7 +31,7 @@ TEST(Gestures, OrbitTurnsByDegreesPerPixelAndFlightKeepsTheEye) {
   EXPECT_EQ(c.goalPitch, -89.5);
 
   DiveState dive;
-  c = cameraAt(35, 22, 3.4);
+  c = cameraAt(35, 22, 3.4, 0.1, -0.2, 0.3);
   setFlight(c, dive, true);
   double before[3], after[3];
   goalEye(c, before);
@@ -51,7 +43,7 @@ TEST(Gestures, OrbitTurnsByDegreesPerPixelAndFlightKeepsTheEye) {
 }
 
 TEST(Gestures, PanFollowsTheCursor) {
-  Camera c = cameraAt(0, 0, 2);  // right = +X, up = +Y
+  Camera c = cameraAt(0, 0, 2, 0.1, -0.2, 0.3);  // right = +X, up = +Y
   const double perPx = 2 * std::tan(25 * 3.14159265358979323846 / 180) * 2 / 400;
   panDrag(c, 10, 4, 50, 400);
   EXPECT_NEAR(c.goalTarget[0], 0.1 - 10 * perPx, 1e-15);
@@ -62,7 +54,7 @@ TEST(Gestures, PanFollowsTheCursor) {
 }
 
 TEST(Gestures, WheelZoomsTowardsTheCursorWithinTheClamp) {
-  Camera c = cameraAt(35, 22, 3.4);
+  Camera c = cameraAt(35, 22, 3.4, 0.1, -0.2, 0.3);
   const double start = c.goalLogDist;
   wheelStep(c, 2, nullptr);
   EXPECT_NEAR(c.goalLogDist, start - 0.26, 1e-15);
@@ -75,7 +67,7 @@ TEST(Gestures, WheelZoomsTowardsTheCursorWithinTheClamp) {
 
   // Zooming in towards a surface point keeps it on the same ray from the eye,
   // so it stays under the cursor.
-  c = cameraAt(35, 22, 3.4);
+  c = cameraAt(35, 22, 3.4, 0.1, -0.2, 0.3);
   Pick under;
   under.hit = true;
   under.point[0] = 0.9, under.point[1] = 0.5, under.point[2] = -0.2;

@@ -9,14 +9,6 @@
 
 namespace {
 
-Camera cameraAt(double yaw, double pitch, double dist) {
-  Camera c;
-  FractalParams p;
-  p.yaw = yaw, p.pitch = pitch, p.dist = dist;
-  setCameraFromParams(c, p);
-  return c;
-}
-
 double distance(const double a[3], const double b[3]) {
   return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
 }

@@ -1,11 +1,22 @@
-// Test pictures for navigation: depth images drawn on the CPU with the same
-// rays as the trace, and a reader over them in the renderer's box layout.
+// Test scenes for navigation: a camera at rest, depth images drawn on the CPU
+// with the same rays as the trace, and a reader over them in the renderer's
+// box layout.
 #pragma once
 
 #include "nav/picture.h"
 
 #include <cmath>
 #include <vector>
+
+// A camera at rest, looking at (tx, ty, tz) from yaw and pitch at `dist`.
+inline Camera cameraAt(double yaw, double pitch, double dist, double tx = 0, double ty = 0, double tz = 0) {
+  FractalParams p;
+  p.yaw = yaw, p.pitch = pitch, p.dist = dist;
+  p.tx = tx, p.ty = ty, p.tz = tz;
+  Camera c;
+  setCameraFromParams(c, p);
+  return c;
+}
 
 struct DepthImage {
   int width = 0, height = 0;
