@@ -80,11 +80,6 @@ void selectType(AppState& s, int row) {
   applyGenerated(s, s.params.seed, types[size_t(row)].key);
 }
 
-void regenerate(AppState& s) {
-  setFlight(s.camera, s.dive, false);
-  applyGenerated(s, s.params.seed, s.params.type);
-}
-
 void recordEdited(AppState& s, bool editFinished) {
   std::string ignored;
   setFractal(s.renderer, s.params, ignored);  // the program cache makes an unchanged type cheap

@@ -17,8 +17,6 @@ void randomSeed(AppState& s, bool randomType);
 void mutateCurrent(AppState& s);
 // The type table's row `row` with the current seed.
 void selectType(AppState& s, int row);
-// The current seed and type generated afresh.
-void regenerate(AppState& s);
 // After the panel changed s.params or s.settings: the picture starts again
 // (with another program when the type or precision changed); a finished
 // edit (a slider released, a field confirmed) becomes one history entry.

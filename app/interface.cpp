@@ -39,8 +39,6 @@ void destroyInterface() {
   g_ui.reset();
 }
 
-UiContext* interfaceContext() { return g_ui.get(); }
-
 StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
   const RenderStatus rs = renderStatus(s.renderer);
   StatusInfo st;

@@ -21,7 +21,5 @@ bool initInterface(AppState& s, std::string& error);
 void drawInterface(AppState& s, int width, int height, uint32_t fbo);
 void destroyInterface();
 
-// The one interface context (null before initInterface).
-UiContext* interfaceContext();
 // What the status line and the message pill show, from the record.
 StatusInfo statusInfo(const AppState& s, int width, int height, double now);
