@@ -65,14 +65,16 @@ class Dispatch : public ::testing::Test {
   }
 
   void post(InputEvent e) { platform::postEvent(window, e); }
-  void key(int32_t k, uint32_t mods = 0) {
+  void post(EventType t, int32_t key, uint32_t mods = 0) {
     InputEvent e;
-    e.type = EventType::KeyDown;
-    e.key = k;
+    e.type = t;
+    e.key = key;
     e.mods = mods;
     post(e);
-    e.type = EventType::KeyUp;
-    post(e);
+  }
+  void key(int32_t k, uint32_t mods = 0) {
+    post(EventType::KeyDown, k, mods);
+    post(EventType::KeyUp, k, mods);
   }
   void mouse(EventType t, int x, int y, int button = 1, int clicks = 1) {
     InputEvent e;
@@ -148,15 +150,9 @@ TEST_F(Dispatch, DragsOrbitAndPanAndEachDragBecomesOneHistoryEntry) {
 
   // Shift+left drag pans: the target moves, the angles stay.
   double yaw = s->camera.goalYaw;
-  InputEvent shift;
-  shift.type = EventType::KeyDown;
-  shift.key = platform::kKeyShift;
-  shift.mods = platform::kModShift;
-  post(shift);
+  post(EventType::KeyDown, platform::kKeyShift, platform::kModShift);
   drag(80, 50, 90, 50);
-  shift.type = EventType::KeyUp;
-  shift.mods = 0;
-  post(shift);
+  post(EventType::KeyUp, platform::kKeyShift);
   pump();
   EXPECT_EQ(s->camera.goalYaw, yaw);
   double panned = length(s->camera.goalTarget);
@@ -312,10 +308,7 @@ TEST_F(Dispatch, AFocusedTextFieldTakesTheLettersAndOnlyTheKeyEvents) {
 
 TEST_F(Dispatch, FlightKeysAreHeldOnlyWhileFlyingAndThePanelTakesItsMouse) {
   key('f');
-  InputEvent down;
-  down.type = EventType::KeyDown;
-  down.key = 'w';
-  post(down);
+  post(EventType::KeyDown, 'w');
   pump();
   EXPECT_TRUE(s->camera.flying);
   EXPECT_EQ(s->camera.heldKeys.count('w'), 1u);
@@ -376,10 +369,7 @@ TEST_F(Dispatch, APhotoIsWrittenWithItsPresetAndCancelledByEscape) {
 
   // Escape waiting in the queue cancels at the first progress call, and no
   // file appears.
-  InputEvent esc;
-  esc.type = EventType::KeyDown;
-  esc.key = platform::kKeyEscape;
-  post(esc);
+  post(EventType::KeyDown, platform::kKeyEscape);
   EXPECT_FALSE(writePhoto(*s, path.string(), 40, 30, 64, problem));
   EXPECT_FALSE(std::filesystem::exists(path));
 }
