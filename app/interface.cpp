@@ -16,12 +16,6 @@ namespace {
 
 std::unique_ptr<UiContext> g_ui;
 
-double defaultDistance(const std::string& typeKey) {
-  const auto& types = fractalTypes();
-  const int i = typeIndex(typeKey);
-  return i >= 0 && i < int(types.size()) ? types[size_t(i)].camDist : 3.0;
-}
-
 }  // namespace
 
 bool initInterface(AppState& s, std::string& error) {
@@ -53,7 +47,9 @@ StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
   st.renderHeight = rs.renderHeight;
   st.iterations = rs.iterations;
   st.cameraDistance = cameraDistance(s.camera);
-  st.zoom = st.cameraDistance > 0 ? defaultDistance(s.params.type) / st.cameraDistance : 1.0;
+  // The type's own framing distance over the current one (typeIndex always names a row).
+  const double framing = fractalTypes()[size_t(typeIndex(s.params.type))].camDist;
+  st.zoom = st.cameraDistance > 0 ? framing / st.cameraDistance : 1.0;
   st.deep = rs.deep;
   st.deepRefused = rs.deepRefused;
   st.message = s.toastText;
