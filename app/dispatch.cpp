@@ -9,6 +9,7 @@
 
 #include "app/commands.h"
 #include "nav/gestures.h"
+#include "ui/widget_state.h"
 
 #include <algorithm>
 #include <cmath>
@@ -84,8 +85,7 @@ void onPlainKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
   }
 }
 
-}  // namespace
-
+// Held flight keys, the per-frame key fields, paste, shortcuts.
 void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat) {
   s.input.shiftHeld = (mods & platform::kModShift) != 0;
   if (s.camera.flying && isFlightKey(key) && !textFieldFocused(s)) {
@@ -124,34 +124,10 @@ void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat) {
   onPlainKey(s, key, mods, repeat);
 }
 
-std::vector<uint32_t> codePoints(const std::string& utf8) {
-  std::vector<uint32_t> out;
-  size_t i = 0, n = utf8.size();
-  while (i < n) {
-    unsigned char c = static_cast<unsigned char>(utf8[i]);
-    int len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-    if (len == 0 || i + len > n) {
-      ++i;
-      continue;
-    }
-    uint32_t cp = len == 1 ? c : len == 2 ? (c & 0x1F) : len == 3 ? (c & 0x0F) : (c & 0x07);
-    bool ok = true;
-    for (int k = 1; k < len; ++k) {
-      unsigned char cc = static_cast<unsigned char>(utf8[i + k]);
-      if ((cc & 0xC0) != 0x80) ok = false;
-      cp = (cp << 6) | (cc & 0x3F);
-    }
-    i += ok ? len : 1;
-    if (ok) out.push_back(cp);
-  }
-  return out;
-}
-
-namespace {
-
+// Malformed bytes (decoded as U+FFFD) are skipped.
 void onText(AppState& s, const std::string& text) {
-  for (uint32_t cp : codePoints(text))
-    if (cp == 8 || cp == 13 || cp >= 32) s.input.typedChars.push_back(cp);
+  for (uint32_t cp : decodeUtf8(text))
+    if (cp != 0xFFFD && (cp == 8 || cp == 13 || cp >= 32)) s.input.typedChars.push_back(cp);
   s.redraw = true;
 }
 

@@ -10,10 +10,3 @@
 // Handles one event; sets s.redraw whenever anything may have changed and
 // s.quitRequested when the screen saver must end.
 void dispatchEvent(AppState& s, const platform::InputEvent& e);
-
-// The key handler on its own (what a key event does after the screen saver's
-// check): held flight keys, the per-frame key fields, paste, shortcuts.
-void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat);
-
-// UTF-8 text to code points; malformed bytes are skipped.
-std::vector<uint32_t> codePoints(const std::string& utf8);
