@@ -152,12 +152,17 @@ bool interfaceTakesMouse(const AppState& s) {
   return s.input.uiWantsMouse || overPanel(s, s.input.mouseX, clientWidth(s));
 }
 
-// Double click: the rotation centre goes onto the surface under the cursor,
-// and the lens focuses there unless the focus is locked.
-void pickUnderCursor(AppState& s) {
+// The surface under the cursor.
+Pick pickUnderCursor(AppState& s) {
   int w = 0, h = 0;
   platform::drawableSize(s.window, w, h);
-  Pick p = pickAtCursor(pictureOf(s), depthReaderOf(s), s.input.mouseX, s.input.mouseY, w, h);
+  return pickAtCursor(pictureOf(s), depthReaderOf(s), s.input.mouseX, s.input.mouseY, w, h);
+}
+
+// Double click: the rotation centre goes onto the surface under the cursor,
+// and the lens focuses there unless the focus is locked.
+void centreUnderCursor(AppState& s) {
+  Pick p = pickUnderCursor(s);
   if (!p.hit) {
     showMessage(s, kMsgPickMiss);
     return;
@@ -183,7 +188,7 @@ void onButtonDown(AppState& s, const platform::InputEvent& e) {
   }
   if (interfaceTakesMouse(s)) return;
   if (e.button != 1) beginDrag(s, 2);
-  else if (e.clicks >= 2) pickUnderCursor(s);
+  else if (e.clicks >= 2) centreUnderCursor(s);
   else beginDrag(s, (e.mods & platform::kModShift) ? 2 : 1);
 }
 
@@ -214,9 +219,7 @@ void onWheel(AppState& s, const platform::InputEvent& e) {
   }
   stopDive(s);
   if (notches > 0 && !s.camera.flying && s.renderer.renderWidth > 0) {
-    int w = 0, h = 0;
-    platform::drawableSize(s.window, w, h);
-    Pick under = pickAtCursor(pictureOf(s), depthReaderOf(s), s.input.mouseX, s.input.mouseY, w, h);
+    Pick under = pickUnderCursor(s);
     wheelStep(s.camera, notches, &under);
   } else {
     wheelStep(s.camera, notches, nullptr);
