@@ -89,8 +89,8 @@ bool findDeepestPoint(const PictureFrame& f, const DepthReader& read, double max
                       double point[3]) {
   if (f.width < 1 || f.height < 1 || !read) return false;
   const int radius = std::max(4, int(std::lround(0.06 * std::min(f.width, f.height))));
-  const int cx = int(std::lround(f.width / 2.0 - shiftPixels(f)));
-  const int cy = f.height - 1 - f.height / 2;  // the trace's middle row, counted from the top
+  int cx = 0, cy = 0;
+  centreTexel(f, cx, cy);
   const int x0 = std::max(0, cx - radius), y0 = std::max(0, cy - radius);
   const int w = std::min(2 * radius + 1, f.width - x0), h = std::min(2 * radius + 1, f.height - y0);
   std::vector<float> depth;

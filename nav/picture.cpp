@@ -23,6 +23,11 @@ PictureFrame pictureFrame(const Camera& c, double fovDegrees, int renderWidth, i
 
 double shiftPixels(const PictureFrame& f) { return f.shiftUv * f.height / 2; }
 
+void centreTexel(const PictureFrame& f, int& x, int& y) {
+  x = int(std::lround(f.width / 2.0 - shiftPixels(f)));
+  y = f.height - 1 - f.height / 2;
+}
+
 void pixelRay(const PictureFrame& f, double px, double py, double dir[3]) {
   // The trace's uv: y runs up from the bottom row, x is shifted by the panel.
   const double h = f.height;
@@ -71,9 +76,8 @@ Pick pickAtCursor(const PictureFrame& f, const DepthReader& read, double mouseX,
 }
 
 Pick pickAtCentre(const PictureFrame& f, const DepthReader& read) {
-  const long cx = std::lround(f.width / 2.0 - shiftPixels(f));
-  // The trace counts rows from the bottom: its middle row, seen from the top.
-  const int cy = f.height - 1 - f.height / 2;
+  int cx = 0, cy = 0;
+  centreTexel(f, cx, cy);
   return pickPixel(f, read, cx + 0.5, cy + 0.5);
 }
 

@@ -40,6 +40,9 @@ PictureFrame pictureFrame(const Camera& c, double fovDegrees, int renderWidth, i
 // Horizontal image shift in render pixels (the centre of the free part of the
 // picture is width/2 minus this).
 double shiftPixels(const PictureFrame& f);
+// The texel at the centre of the free part of the picture, rows counted from
+// the top: the trace's middle row (it counts rows from the bottom).
+void centreTexel(const PictureFrame& f, int& x, int& y);
 
 // Unit direction of the ray through picture position (px, py), exactly as the
 // trace builds it (unjittered: the first still sample, whose depth is stored).
