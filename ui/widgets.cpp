@@ -229,8 +229,7 @@ void drawSlider(WidgetState& w, const SliderGeometry& g, const std::string& text
 
 // Double click: the value is typed. Enter applies it within the range.
 Edit sliderTyping(WidgetState& w, double& value, const SliderSpec& spec) {
-  TextKeys keys = w.in.keys;
-  EditOutcome o = applyTextKeys(w.edit, keys);
+  EditOutcome o = applyTextKeys(w.edit, w.in.keys);
   if (o == EditOutcome::Cancelled) w.focus.clear();
   if (o != EditOutcome::Committed) return Edit::None;
   w.focus.clear();
@@ -382,7 +381,6 @@ Edit textField(WidgetState& w, const std::string& text, std::string& value, cons
   label(w, text);
   WidgetRect box = nextRow(w, rowHeight(w));
   bool hot = place(w, id, box, "");
-  if (hot) w.wantsMouse = true;
   EditOutcome o = fieldInput(w, id, value, hot);
   Edit result = Edit::None;
   if (o == EditOutcome::Committed) {
@@ -408,8 +406,9 @@ Edit colourField(WidgetState& w, const std::string& text, std::string& value) {
   EditOutcome o = fieldInput(w, id, value, hot);
   Edit result = Edit::None;
   bool bad = false;
+  std::string typed, ok;  // the text being edited and, when it is a colour, the colour
   if (w.focus == id) {
-    std::string typed = editText(w.edit), ok;
+    typed = editText(w.edit);
     bad = !normaliseHexColour(typed, ok);
     if (o == EditOutcome::Committed) {
       // A bad colour is refused: the field stays open for correction and
@@ -428,12 +427,10 @@ Edit colourField(WidgetState& w, const std::string& text, std::string& value) {
   addText(ui, kFontSmall, row.x0, textY(w, row, kFontSmall), text, col(w, kColTextDim),
           box.x0 - row.x0 - sc(w, 8));
   bool focused = w.focus == id;
-  std::string shown = focused ? editText(w.edit) : value;
   float sw = sc(w, 18);
   float textX = box.x0 + sc(w, 10) + sw + sc(w, 8);
-  drawFieldBox(w, box, shown, focused, hot, bad, false, textX);
-  std::string swatchText = value, ok;
-  if (focused && normaliseHexColour(editText(w.edit), ok)) swatchText = ok;
+  drawFieldBox(w, box, focused ? typed : value, focused, hot, bad, false, textX);
+  const std::string& swatchText = focused && !bad ? ok : value;
   uint32_t swatch = 0xff000000;
   if (isHexColour(swatchText)) {
     swatch = 0xff000000 | std::stoul(swatchText.substr(1), nullptr, 16);
