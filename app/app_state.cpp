@@ -121,6 +121,9 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.now = now;
   platform::drawableSize(s.window, in.width, in.height);
   in.windowFbo = platform::defaultFramebuffer(s.window);
+  // The live morph is made here, from the record as it stands, so whatever
+  // changed the record since the last frame is drawn (or photographed) morphed.
+  if (s.live.on) s.liveShown = liveFrame(s.live, s.params, cameraDistance(s.camera));
   in.params = s.live.on ? &s.liveShown : &s.params;
   in.camera = cameraViewOf(s.camera, s.params.fov);
   in.cameraMoving = moving;

@@ -75,7 +75,7 @@ struct AppState {
   double uiOffset = 0;               // image shift target while the panel shows
   DiveState dive;
   LiveState live;
-  FractalParams liveShown;           // the morphed copy the renderer draws while live
+  FractalParams liveShown;           // while live: the morphed copy frameInputOf hands the renderer
   int fitCountdown = 0;              // frames of fitting to the frame still allowed
   bool focusLocked = false;          // a pick leaves the focus distance alone
   std::mt19937 rng{std::random_device{}()};  // mutation and crossbreeding

@@ -28,7 +28,6 @@ namespace {
 void applyRecord(AppState& s, const FractalParams& p) {
   std::string ignored;
   makeCurrent(s, p, ignored);
-  if (s.live.on) s.liveShown = p;
   s.redraw = true;
 }
 
@@ -49,7 +48,6 @@ void restoreSnapshot(AppState& s, const std::string& text) {
     return;
   }
   s.params = p;
-  if (s.live.on) s.liveShown = p;
   setCameraFromParams(s.camera, p);
   s.cameraWasMoving = false;
   std::string ignored;
@@ -83,7 +81,6 @@ void selectType(AppState& s, int row) {
 void recordEdited(AppState& s, bool editFinished) {
   std::string ignored;
   setFractal(s.renderer, s.params, ignored);  // the program cache makes an unchanged type cheap
-  if (s.live.on) s.liveShown = s.params;
   if (editFinished) pushState(s);
   s.redraw = true;
 }
@@ -113,7 +110,6 @@ void toggleDive(AppState& s) {
 
 void toggleLive(AppState& s) {
   s.live.on = !s.live.on;
-  s.liveShown = s.params;
   // Off: the stored record is drawn again at once.
   resetAccumulation(s.renderer);
   s.redraw = true;

@@ -63,7 +63,6 @@ bool savePresetTo(AppState& s, const std::string& path) {
 
 bool openPath(AppState& s, const std::string& path) {
   std::string message = loadAndApply(s, path);
-  if (s.live.on) s.liveShown = s.params;
   showMessage(s, message);
   s.redraw = true;
   return message.rfind(kMsgLoaded, 0) == 0;
@@ -93,7 +92,6 @@ void crossbreedFlow(AppState& s) {
   FractalParams child = crossbreed(liveParams(s), other, s.rng);
   std::string ignored;
   makeCurrent(s, child, ignored);
-  if (s.live.on) s.liveShown = s.params;
   addRecentSeed(s.history, s.params.seed, s.params.type);
   s.fitCountdown = kFitSteps;
   showMessage(s, "Потомок: " + s.params.seed);

@@ -45,10 +45,7 @@ FrameInput beginFrame(AppState& s) {
     s.cameraWasMoving = false;
     pushState(s);
   }
-  if (s.live.on) {
-    liveAdvance(s.live, rawDt);
-    s.liveShown = liveFrame(s.live, s.params, cameraDistance(s.camera));
-  }
+  if (s.live.on) liveAdvance(s.live, rawDt);
   return frameInputOf(s, now, moving);
 }
 

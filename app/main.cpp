@@ -114,7 +114,6 @@ void startRandomDive(AppState& s) {
   s.dive.newSeedAfterSurfacing = true;
   s.dive.randomType = true;
   s.live.on = true;
-  s.liveShown = s.params;
   setDive(s.dive, s.camera, s.params, true);
 }
 
