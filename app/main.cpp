@@ -51,6 +51,10 @@ struct Run {
   InputTestState test;
   double lastProgress = 0;    // shot: when progress was last reported
   uint64_t hostWindow = 0;    // screen saver drawing into its host's window
+
+  bool shot() const { return !opts.shot.empty(); }
+  // A shot or the self-test: the run drives itself and stops on its own.
+  bool scripted() const { return shot() || opts.inputTest; }
 };
 
 // [SECTION] Early exits (before any window)
@@ -136,7 +140,7 @@ void loadStartingState(AppState& s, Run& run) {
     if (!(o.dist > 0)) o.dist = 3.4;
     o.dive = 0;
   }
-  if (!o.shot.empty() || o.inputTest) {
+  if (run.scripted()) {
     applyLaunchOptions(s, o);
   } else {
     // The panel's two options also shape an interactive start, without
@@ -146,12 +150,12 @@ void loadStartingState(AppState& s, Run& run) {
   }
   // A shot is rendered at the size asked for: the automatic scale that keeps
   // an interactive window fluid would only blur a poster.
-  if (!o.shot.empty() && s.settings.resScale <= 0) s.settings.resScale = 1;
+  if (run.shot() && s.settings.resScale <= 0) s.settings.resScale = 1;
   // A shot narrower than twice the panel would be mostly panel: it shows the
   // fractal alone.
   int w = 0, h = 0;
   platform::drawableSize(s.window, w, h);
-  if (!o.shot.empty() && w < 2 * (w - panelLeftEdge(s, w))) s.uiHidden = true;
+  if (run.shot() && w < 2 * (w - panelLeftEdge(s, w))) s.uiHidden = true;
   if (s.screensaverMode) startRandomDive(s);
 }
 
@@ -161,12 +165,12 @@ bool buildFirstFractal(AppState& s, const Run& run) {
   std::string error;
   if (!setFractal(s.renderer, s.params, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
-    if (run.opts.shot.empty() && !run.opts.inputTest) {
+    if (!run.scripted()) {
       platform::messageBox(s.window, kAppTitle, error, true);
       return false;
     }
   }
-  bool vsync = s.settings.vsync && run.opts.shot.empty();
+  bool vsync = s.settings.vsync && !run.shot();
   platform::setSwapInterval(s.window, vsync ? 1 : 0);
   return true;
 }
@@ -252,14 +256,13 @@ void inputTestAfterFrame(Run& run) {
 }
 
 void runLoop(AppState& s, Run& run) {
-  bool unattended = !run.opts.shot.empty() || run.opts.inputTest;
   while (run.running) {
-    auto events = run.busy || unattended ? platform::pollEvents(s.window) : platform::waitEvents(s.window, -1);
+    auto events = run.busy || run.scripted() ? platform::pollEvents(s.window) : platform::waitEvents(s.window, -1);
     for (const auto& e : events) handleEvent(s, run, e);
     if (!run.running) break;
     run.busy = runFrameWithInterface(s);
     if (run.opts.inputTest) inputTestAfterFrame(run);
-    else if (!run.opts.shot.empty()) shotStep(s, run, platform::now());
+    else if (run.shot()) shotStep(s, run, platform::now());
     if (run.running) platform::swapBuffers(s.window);
     clearFrameInput(s.input);
     if (s.quitRequested) run.running = false;
@@ -270,7 +273,7 @@ void runLoop(AppState& s, Run& run) {
 
 int runProgram(Run& run) {
   std::string error;
-  if (!run.opts.shot.empty() && !shotInputsUsable(run.opts, error)) {
+  if (run.shot() && !shotInputsUsable(run.opts, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
@@ -289,7 +292,7 @@ int runProgram(Run& run) {
   s->saverInHost = run.hostWindow != 0;
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
-  s->unattended = !run.opts.shot.empty() || run.opts.inputTest || s->screensaverMode;
+  s->unattended = run.scripted() || s->screensaverMode;
   std::string folder = platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";
 
@@ -314,7 +317,7 @@ int runProgram(Run& run) {
   run.start = platform::now();
   runLoop(*s, run);
 
-  bool save = run.opts.shot.empty() && !run.opts.inputTest && !s->screensaverMode && !s->launchedWithOptions;
+  bool save = !s->unattended && !s->launchedWithOptions;
   if (save && !run.statePath.empty() &&
       !saveState(run.statePath, liveParams(*s), s->settings, s->history.recent, &error))
     std::fprintf(stderr, "%s\n", fileProblem("Не удалось сохранить настройки", run.statePath, error).c_str());

@@ -1,5 +1,7 @@
 #include "ui/widget_state.h"
 
+#include "ui/ui_context.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -21,54 +23,14 @@ std::optional<WidgetRect> findWidget(const WidgetRegistry& r, const std::string&
 
 // [SECTION] UTF-8
 
-namespace {
-
-constexpr uint32_t kReplacement = 0xFFFD;
-
-// Length of the sequence a lead byte announces, 0 for a byte that cannot lead.
-int sequenceLength(unsigned char b) {
-  if (b < 0x80) return 1;
-  if (b >= 0xC2 && b <= 0xDF) return 2;
-  if (b >= 0xE0 && b <= 0xEF) return 3;
-  if (b >= 0xF0 && b <= 0xF4) return 4;
-  return 0;
-}
-
-}  // namespace
-
 std::vector<uint32_t> decodeUtf8(const std::string& text) {
   std::vector<uint32_t> out;
-  size_t i = 0;
-  while (i < text.size()) {
-    unsigned char b = text[i];
-    int n = sequenceLength(b);
-    if (n == 0 || i + n > text.size()) {
-      out.push_back(kReplacement);
-      ++i;
-      continue;
-    }
-    uint32_t cp = n == 1 ? b : b & (0x7F >> n);
-    bool ok = true;
-    for (int k = 1; k < n; ++k) {
-      unsigned char c = text[i + k];
-      ok = ok && (c & 0xC0) == 0x80;
-      cp = (cp << 6) | (c & 0x3F);
-    }
-    // Overlong forms, surrogates and values past U+10FFFF are not text.
-    static const uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (!ok || cp < kMin[n] || (cp >= 0xD800 && cp <= 0xDFFF) || cp > 0x10FFFF) {
-      out.push_back(kReplacement);
-      ++i;
-      continue;
-    }
-    out.push_back(cp);
-    i += n;
-  }
+  for (size_t i = 0; i < text.size();) out.push_back(nextCodepoint(text, i));
   return out;
 }
 
 void appendUtf8(std::string& out, uint32_t cp) {
-  if (cp >= 0xD800 && cp <= 0xDFFF) cp = kReplacement;
+  if (cp >= 0xD800 && cp <= 0xDFFF) cp = 0xFFFD;
   if (cp < 0x80) {
     out += char(cp);
   } else if (cp < 0x800) {
@@ -84,7 +46,7 @@ void appendUtf8(std::string& out, uint32_t cp) {
     out += char(0x80 | ((cp >> 6) & 0x3F));
     out += char(0x80 | (cp & 0x3F));
   } else {
-    appendUtf8(out, kReplacement);
+    appendUtf8(out, 0xFFFD);
   }
 }
 
