@@ -57,10 +57,6 @@ const Glyph* findGlyph(const UiFont& f, uint32_t codepoint);
 // Logical pixels; multiply by the scale (scaled()).
 struct UiMetrics {
   float panelWidth = 372.0f;
-  float rowHeight = 34.0f;
-  float padding = 18.0f;
-  float spacing = 8.0f;
-  float padding2 = 18.0f;
 };
 
 // [SECTION] Draw layers

@@ -82,7 +82,7 @@ static void BM_HelpFrame(benchmark::State& state) {
   const StatusInfo st = busyStatus();
   for (auto _ : state) {
     beginFrame(ui, st.clientWidth, st.clientHeight);
-    drawHelp(ui, st.clientWidth, st.clientHeight, st.clientWidth - 372);
+    drawHelp(ui, st.clientWidth, st.clientHeight, st.clientWidth - int(scaled(ui, ui.metrics.panelWidth)));
     drawStatus(ui, st);
     benchmark::DoNotOptimize(ui.layers[0].vertices.data());
   }
