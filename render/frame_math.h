@@ -25,12 +25,12 @@ struct Tile {
   int x, y, w, h;
 };
 // Photo tiles of at most side², rows from the bottom-left corner.
-std::vector<Tile> photoTiles(int width, int height, int side = 512);
+std::vector<Tile> photoTiles(int width, int height, int side = kPhotoTile);
 
-// Rows per band so that one band costs about `bandMs` (35 ms).
-int bandRows(double msPerRow, int renderHeight, double bandMs = 35);
-// A whole sample above `limitMs` (80 ms) is drawn in bands.
-bool needsBanding(double msPerRow, int renderHeight, double limitMs = 80);
+// Rows per band so that one band costs about `bandMs`.
+int bandRows(double msPerRow, int renderHeight, double bandMs = kBandMs);
+// A whole sample above `limitMs` is drawn in bands.
+bool needsBanding(double msPerRow, int renderHeight, double limitMs = kBandingMs);
 
 // Radical inverse of i in `base` (Halton sequence).
 double radicalInverse(uint32_t i, uint32_t base);

@@ -287,7 +287,7 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   // band grows with it, so that frames stay at least half tracing, up to half
   // a second; elsewhere the usual budget. Nobody waits on an unattended run's
   // loop: its bands may take seconds, which saves post passes.
-  const double stretch = std::clamp(r.postMs / 35.0, 1.0, (in.unattended ? 4000.0 : 500.0) / 35.0);
+  const double stretch = std::clamp(r.postMs / kBandMs, 1.0, (in.unattended ? 4000.0 : 500.0) / kBandMs);
   // The doubling counts from the band as planned: a sample's short last band
   // says nothing against the next sample's first.
   const int grown = 2 * std::max(rows, r.bandHeight);

@@ -85,6 +85,13 @@ struct Lighting {
 
 // [SECTION] The renderer record
 
+// The product's time and size budgets: one band costs about kBandMs; a
+// whole sample slower than kBandingMs is cut into bands; photo tiles are at
+// most kPhotoTile pixels on a side.
+inline constexpr double kBandMs = 35;
+inline constexpr double kBandingMs = 80;
+inline constexpr int kPhotoTile = 512;
+
 struct Renderer {
   // GL objects
   uint32_t vao = 0;
@@ -138,11 +145,11 @@ struct Renderer {
   bool moving = false;             // this frame was a moving one (fast, maybe reduced size)
   bool movingSamples = false;      // the accumulation holds samples traced while moving
 
-  // Time and size budgets, fixed in the product; tests shrink them to force
-  // bands and several photo tiles on small images.
-  double bandMs = 35;              // one band costs about this much
-  double bandingMs = 80;           // a slower whole sample is cut into bands
-  int photoTile = 512;             // photo tile side in pixels
+  // The budgets above; tests shrink them to force bands and several photo
+  // tiles on small images.
+  double bandMs = kBandMs;
+  double bandingMs = kBandingMs;
+  int photoTile = kPhotoTile;
 };
 
 // [SECTION] Start-up and shutdown
