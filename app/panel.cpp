@@ -18,13 +18,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
 // What the panel keeps between frames besides the widgets' own state.
 struct PanelState {
-  WidgetState widgets;
-  WidgetRegistry shown;      // last frame's registry (the widgets' is being refilled)
+  WidgetState widgets;       // its registry holds what the last frame drew
   bool lightOpen = true, postOpen = true, lensOpen = true, chainOpen = true;
   std::string pathText;      // the "Архив" tab's path field
   int photoSize = 0, photoSamples = 2;
@@ -37,7 +37,7 @@ PanelState& panelState() {
 
 }  // namespace
 
-const WidgetRegistry& panelRegistry() { return panelState().shown; }
+const WidgetRegistry& panelRegistry() { return panelState().widgets.registry; }
 
 // [SECTION] Content tables
 
@@ -136,22 +136,28 @@ void tabCreate(AppState& s, WidgetState& w) {
   gap(w, 6);
   label(w, "Недавние сиды", true);
   if (s.history.recent.empty()) label(w, "пока пусто");
-  // Copied: applying one reorders the list under the loop.
-  std::vector<RecentSeed> recent = s.history.recent;
-  for (const RecentSeed& r : recent) {
+  // Applied after the loop: applying one reorders the list.
+  const FractalType* chosenType = nullptr;
+  std::string chosenSeed;
+  for (const RecentSeed& r : s.history.recent) {
     const FractalType& row = fractalTypes()[typeIndex(r.type)];
-    if (button(w, r.seed + " · " + row.name)) {
-      s.params.type = row.key;
-      applySeed(s, r.seed);
-    }
+    if (button(w, r.seed + " · " + row.name)) chosenType = &row, chosenSeed = r.seed;
+  }
+  if (chosenType) {
+    s.params.type = chosenType->key;
+    applySeed(s, chosenSeed);
   }
 }
 
 // [SECTION] Tab "Форма"
 
-std::vector<std::string> typeNames() {
-  std::vector<std::string> names;
-  for (const FractalType& t : fractalTypes()) names.push_back(t.name);
+// The label lists of the pills below are the tables' names, built once.
+const std::vector<std::string>& typeNames() {
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> v;
+    for (const FractalType& t : fractalTypes()) v.push_back(t.name);
+    return v;
+  }();
   return names;
 }
 
@@ -210,7 +216,8 @@ void tabShape(AppState& s, WidgetState& w) {
   if (t.flags & kFlagJMode) {
     label(w, "Константа входит как");
     int mode = std::clamp(int(s.params.jmode), 0, 2);
-    if (pills(w, {"точка (Мандельброт)", "константа (Жюлиа)", "точка + константа"}, mode, 1)) {
+    static const std::vector<std::string> modes = {"точка (Мандельброт)", "константа (Жюлиа)", "точка + константа"};
+    if (pills(w, modes, mode, 1)) {
       s.params.jmode = mode;
       recordEdited(s, true);
     }
@@ -224,8 +231,11 @@ void tabColour(AppState& s, WidgetState& w) {
   PanelState& ps = panelState();
   FractalParams& p = s.params;
   label(w, "Палитра", true);
-  std::vector<std::string> names;
-  for (const Palette& pal : palettes()) names.push_back(pal.name);
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> v;
+    for (const Palette& pal : palettes()) v.push_back(pal.name);
+    return v;
+  }();
   int pal = paletteIndex(p.palette);
   if (pills(w, names, pal, 3)) {
     p.palette = palettes()[pal].key;
@@ -315,7 +325,8 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
   recordSlider(s, w, "Детализация", q.precision, {0.25, 4, 2, "", true, nullptr}, "допуск поверхности в пикселях");
   label(w, "Режим fp64");
   int deep = std::clamp(int(q.deep), 0, 2);
-  if (pills(w, {"Авто", "Никогда", "Всегда"}, deep, 3)) {
+  static const std::vector<std::string> deepModes = {"Авто", "Никогда", "Всегда"};
+  if (pills(w, deepModes, deep, 3)) {
     q.deep = deep;
     recordEdited(s, true);
   }
@@ -329,9 +340,12 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
   gap(w, 6);
   label(w, "Фото", true);
   label(w, "Размер");
-  std::vector<std::string> sizes, samples;
-  for (const PhotoSize& p : kPhotoSizes) sizes.push_back(p.label);
-  for (const char* label : kPhotoSampleLabels) samples.push_back(label);
+  static const std::vector<std::string> sizes = [] {
+    std::vector<std::string> v;
+    for (const PhotoSize& p : kPhotoSizes) v.push_back(p.label);
+    return v;
+  }();
+  static const std::vector<std::string> samples(std::begin(kPhotoSampleLabels), std::end(kPhotoSampleLabels));
   pills(w, sizes, ps.photoSize, 2);
   pills(w, samples, ps.photoSamples, 3);
   if (button(w, "Сделать снимок PNG", "P")) {
@@ -417,7 +431,7 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height) {
   int left = panelLeftEdge(s, width);
   s.uiOffset = s.uiHidden ? 0 : 0.5 * (width - left);
   if (s.uiHidden || s.screensaverMode) {
-    clearRegistry(ps.shown);
+    clearRegistry(w.registry);
     w.active.clear();
     w.focus.clear();
     s.input.uiWantsMouse = false;
@@ -450,7 +464,6 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height) {
   drawScrollbar(ui, float(width), top, viewH, contentH, s.input.panelScroll);
   drawHeader(s, ui, x0, pw, pad);
   endWidgets(w);
-  ps.shown = w.registry;
   bool overPanelNow = s.input.mouseX >= x0;
   s.input.uiWantsMouse = w.wantsMouse || (overPanelNow && s.input.mouseDown && !s.input.dragging);
   s.input.textFocus = !w.focus.empty();
