@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/launch.h"
+#include "app/panel.h"
 #include "io/settings.h"
 #include "model/history.h"
 #include "model/params.h"
@@ -86,6 +87,7 @@ struct AppState {
   double toastUntil = 0;             // platform::now() until which it shows
 
   InputState input;
+  PanelState panel;                // the side panel's widgets, sections and fields
   bool helpShown = false;            // the help overlay (F1, "/")
   double dpiScale = 1;
   bool unattended = false;           // shot, input test, screen saver: messages also go to stderr

@@ -83,7 +83,7 @@ enum class Act { Done, Retry, Failed };
 // fails the step with its "нет виджета" line.
 Act clickWidget(InputTestState& t, const std::string& id) {
   AppState& s = *t.app;
-  if (auto r = findWidget(panelRegistry(), id)) {
+  if (auto r = findWidget(panelRegistry(s), id)) {
     t.attempts = 0;
     clickAt(s, r->centreX(), r->centreY());
     return Act::Done;

@@ -12,6 +12,7 @@
 //   [SECTION] Panel frame      background, header, tabs, scroll, input
 #include "app/panel.h"
 
+#include "app/app_state.h"
 #include "app/commands.h"
 #include "model/tables.h"
 #include "ui/ui_context.h"
@@ -20,24 +21,7 @@
 #include <cmath>
 #include <iterator>
 
-namespace {
-
-// What the panel keeps between frames besides the widgets' own state.
-struct PanelState {
-  WidgetState widgets;       // its registry holds what the last frame drew
-  bool lightOpen = true, postOpen = true, lensOpen = true, chainOpen = true;
-  std::string pathText;      // the "Архив" tab's path field
-  int photoSize = 0, photoSamples = 2;
-};
-
-PanelState& panelState() {
-  static PanelState p;
-  return p;
-}
-
-}  // namespace
-
-const WidgetRegistry& panelRegistry() { return panelState().widgets.registry; }
+const WidgetRegistry& panelRegistry(const AppState& s) { return s.panel.widgets.registry; }
 
 // [SECTION] Content tables
 
@@ -167,7 +151,7 @@ void chainEditor(AppState& s, WidgetState& w) {
     for (const HybridFormula& f : hybridFormulas()) v.push_back(f.name);
     return v;
   }();
-  PanelState& p = panelState();
+  PanelState& p = s.panel;
   if (!section(w, "Цепочка формул", p.chainOpen)) return;
   for (size_t i = 0; i < s.params.slots.size(); ++i) {
     FormulaSlot& slot = s.params.slots[i];
@@ -228,7 +212,7 @@ void tabShape(AppState& s, WidgetState& w) {
 // [SECTION] Tab "Цвет"
 
 void tabColour(AppState& s, WidgetState& w) {
-  PanelState& ps = panelState();
+  PanelState& ps = s.panel;
   FractalParams& p = s.params;
   label(w, "Палитра", true);
   static const std::vector<std::string> names = [] {
@@ -273,7 +257,7 @@ void tabColour(AppState& s, WidgetState& w) {
 // [SECTION] Tab "Движение"
 
 void tabMotion(AppState& s, WidgetState& w) {
-  PanelState& ps = panelState();
+  PanelState& ps = s.panel;
   double rot = s.camera.rotationSpeed;
   if (slider(w, "Вращение °/с", rot, {-60, 60, 0, "", false, nullptr}, "Пробел") != Edit::None)
     s.camera.rotationSpeed = rot;
@@ -317,7 +301,7 @@ const char* const kPhotoSampleLabels[] = {"32 сэмпла",   "64 сэмпла"
                                           "256 сэмплов", "512 сэмплов", "1024 сэмпла"};
 
 void tabRender(AppState& s, WidgetState& w, int width, int height) {
-  PanelState& ps = panelState();
+  PanelState& ps = s.panel;
   AppSettings& q = s.settings;
   recordSlider(s, w, "Разрешение", q.resScale, {0, 2, 2, "×", false, "авто"}, "0 — подбирается само");
   intSlider(s, w, "Сэмплов", q.samples, {1, 4096, 0, "", true, nullptr});
@@ -357,7 +341,7 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
 // [SECTION] Tab "Архив"
 
 void tabArchive(AppState& s, WidgetState& w) {
-  PanelState& ps = panelState();
+  PanelState& ps = s.panel;
   if (button(w, "Сохранить", "Ctrl+S")) savePresetFlow(s);
   if (button(w, "Открыть", "Ctrl+O")) openFileFlow(s);
   if (button(w, "Отменить", "Ctrl+Z")) undo(s);
@@ -426,7 +410,7 @@ void drawScrollbar(UiContext& ui, float x1, float top, float viewH, float conten
 }  // namespace
 
 void drawPanel(AppState& s, UiContext& ui, int width, int height) {
-  PanelState& ps = panelState();
+  PanelState& ps = s.panel;
   WidgetState& w = ps.widgets;
   int left = panelLeftEdge(s, width);
   s.uiOffset = s.uiHidden ? 0 : 0.5 * (width - left);

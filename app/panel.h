@@ -5,13 +5,22 @@
 // slider ranges), kept as data so they can be checked without drawing.
 #pragma once
 
-#include "app/app_state.h"
+#include "model/params.h"
 #include "ui/widgets.h"
 
 #include <string>
 #include <vector>
 
+struct AppState;
 struct UiContext;
+
+// What the panel keeps between frames besides the record (one per AppState).
+struct PanelState {
+  WidgetState widgets;       // its registry holds what the last frame drew
+  bool lightOpen = true, postOpen = true, lensOpen = true, chainOpen = true;
+  std::string pathText;      // the "Архив" tab's path field
+  int photoSize = 0, photoSamples = 2;
+};
 
 inline constexpr int kTabCount = 6;
 // The tab labels in their fixed order (--tab N opens the Nth).
@@ -39,4 +48,4 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height);
 
 // The widgets drawn last frame (the self-test finds them here); empty while
 // the panel is hidden.
-const WidgetRegistry& panelRegistry();
+const WidgetRegistry& panelRegistry(const AppState& s);
