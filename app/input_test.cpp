@@ -16,11 +16,12 @@
 #include <functional>
 #include <vector>
 
+namespace {
+
+// The log line of one check.
 std::string checkLine(bool ok, const std::string& description) {
   return (ok ? "ОК   " : "ОШИБКА ") + description + "\n";
 }
-
-namespace {
 
 // Frames between an action and its check: one to dispatch and draw, the
 // rest for the camera's smoothing and for the panel to re-register.
@@ -47,6 +48,16 @@ void clickAt(AppState& s, float fx, float fy) {
   mouse(s, platform::EventType::MouseMove, x, y);
   mouse(s, platform::EventType::MouseDown, x, y, 1);
   mouse(s, platform::EventType::MouseUp, x, y, 1);
+}
+
+// The pointer moves to (x, y) and the wheel turns there.
+void wheelAt(AppState& s, int x, int y, float notches) {
+  mouse(s, platform::EventType::MouseMove, x, y);
+  platform::InputEvent e;
+  e.type = platform::EventType::MouseWheel;
+  e.x = x, e.y = y;
+  e.wheel = notches;
+  post(s, e);
 }
 
 void key(AppState& s, int32_t code, uint32_t mods = 0) {
@@ -92,13 +103,7 @@ Act clickWidget(InputTestState& t, const std::string& id) {
     ++t.attempts;
     int w = 0, h = 0;
     platform::drawableSize(s.window, w, h);
-    int x = w - int(std::lround(8 * s.dpiScale)), y = h / 2;
-    mouse(s, platform::EventType::MouseMove, x, y);
-    platform::InputEvent e;
-    e.type = platform::EventType::MouseWheel;
-    e.x = x, e.y = y;
-    e.wheel = -1;
-    post(s, e);
+    wheelAt(s, w - int(std::lround(8 * s.dpiScale)), h / 2, -1);
     return Act::Retry;
   }
   t.attempts = 0;
@@ -131,12 +136,7 @@ Act wheelOverView(InputTestState& t) {
   t.before[0] = s.camera.goalLogDist;
   int x = 0, y = 0;
   viewCentre(s, x, y);
-  mouse(s, platform::EventType::MouseMove, x, y);
-  platform::InputEvent e;
-  e.type = platform::EventType::MouseWheel;
-  e.x = x, e.y = y;
-  e.wheel = 2;
-  post(s, e);
+  wheelAt(s, x, y, 2);
   return Act::Done;
 }
 

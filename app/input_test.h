@@ -26,6 +26,3 @@ struct InputTestState {
 
 // One step per frame; sets `finished` after the last.
 void inputTestStep(InputTestState& t);
-
-// The log line of one check.
-std::string checkLine(bool ok, const std::string& description);
