@@ -116,11 +116,7 @@ printf '{}' >"$state"
 chmod 444 "$state"
 "$prog" --size 32x18 --bogus 2>quit.err &
 pid=$!
-caught() { sig=$(sed -n 's/^SigCgt:[[:space:]]*//p' "/proc/$pid/status" 2>/dev/null) &&
-           [ -n "$sig" ] && [ $(( 0x$sig & 0x4000 )) -ne 0 ]; }
-tries=0
-while kill -0 $pid 2>/dev/null && ! caught && [ $tries -lt 600 ]; do sleep 0.1; tries=$((tries + 1)); done
-sleep 1
+wait_until_closable $pid
 kill -TERM $pid
 wait $pid || fail "quit: exit status $?"
 grep -qF "предупреждение: неизвестный параметр: --bogus" quit.err || fail "quit: no warning for --bogus"

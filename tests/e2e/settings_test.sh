@@ -15,16 +15,7 @@ grep -q "Настройки берутся из обычного запуска 
 "$prog" --print-preset --seed "сохранённый" --type menger >"$dir/preset.json" || fail "--print-preset"
 "$prog" --size 64x36 "$dir/preset.json" 2>"$dir/stderr" &
 pid=$!
-# Wait until the program catches SIGTERM (bit 15 of SigCgt), so the signal is
-# a close request and not a kill, however slow this machine is today; then
-# give it a moment to reach its loop.
-caught() { sig=$(sed -n 's/^SigCgt:[[:space:]]*//p' "/proc/$pid/status" 2>/dev/null) &&
-           [ -n "$sig" ] && [ $(( 0x$sig & 0x4000 )) -ne 0 ]; }
-tries=0
-while kill -0 $pid 2>/dev/null && ! caught && [ $tries -lt 600 ]; do
-  sleep 0.1; tries=$((tries + 1))
-done
-sleep 1
+wait_until_closable $pid
 if ! kill -0 $pid 2>/dev/null; then
   wait $pid
   grep -q "OpenGL 4.3" "$dir/stderr" && { echo "no OpenGL 4.3 context here; skipped"; exit 77; }
