@@ -103,15 +103,12 @@ void readSlots(const JsonValue& root, FractalParams& p) {
   }
 }
 
-void readCam(const JsonValue& root, FractalParams& p, double camDist) {
+// A missing camera number keeps the type's starting pose that `p` holds.
+void readCam(const JsonValue& root, FractalParams& p) {
   const JsonValue* cam = find(root, "cam");
   if (!cam || !cam->isObject()) return;
-  p.tx = numberOr(*cam, "tx", 0);
-  p.ty = numberOr(*cam, "ty", 0);
-  p.tz = numberOr(*cam, "tz", 0);
-  p.yaw = numberOr(*cam, "yaw", 35);
-  p.pitch = numberOr(*cam, "pitch", 22);
-  p.dist = numberOr(*cam, "dist", camDist);
+  for (const NumberField& f : numberFields())
+    if (f.camera) p.*f.field = numberOr(*cam, f.key, p.*f.field);
 }
 
 FractalParams desktopFromJson(const JsonValue& root) {
@@ -126,7 +123,7 @@ FractalParams desktopFromJson(const JsonValue& root) {
   if (const JsonValue* a = find(root, "autoFocus"); a && a->isBool()) p.autoFocus = a->boolean;
   readSlots(root, p);
   if (type == "hybrid" && p.slots.empty()) p.slots = defaultsForType("hybrid").slots;
-  readCam(root, p, fractalTypes()[typeIndex(type)].camDist);
+  readCam(root, p);
   return p;
 }
 
