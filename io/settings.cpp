@@ -6,7 +6,6 @@
 #include "io/preset.h"
 #include "model/ranges.h"
 
-#include <cmath>
 #include <cstdint>
 #include <exception>
 
@@ -37,20 +36,13 @@ const QualityMember kQuality[] = {
     {"vsync", nullptr, nullptr, &AppSettings::vsync},
 };
 
-// Truncation toward zero; values beyond int32 saturate instead of being undefined.
-int32_t truncateToInt(double x) {
-  if (std::isnan(x)) return 0;
-  if (x <= -2147483649.0) return INT32_MIN;
-  if (x >= 2147483648.0) return INT32_MAX;
-  return static_cast<int32_t>(x);
-}
-
 // A number from the file, brought into the member's range; one that is not
-// finite leaves the member as it was.
+// finite leaves the member as it was. The integer members' ranges are whole
+// and well inside int32, so the safe value converts exactly.
 void applyQualityNumber(const QualityMember& m, double x, AppSettings& s) {
   const ValueRange& range = *findRange(m.key);
   if (m.asDouble) s.*m.asDouble = safeValue(x, range, s.*m.asDouble);
-  if (m.asInt) s.*m.asInt = truncateToInt(safeValue(x, range, s.*m.asInt));
+  if (m.asInt) s.*m.asInt = static_cast<int32_t>(safeValue(x, range, s.*m.asInt));
 }
 
 void applyQuality(const JsonValue& quality, AppSettings& s) {
