@@ -77,21 +77,20 @@ bool resolveLinks(const std::string& path, std::string& out, std::string& reason
   return false;
 }
 
-}  // namespace
-
-namespace {
-bool gUnnamedTempFiles = true;
-}  // namespace
-
-void osUseUnnamedTempFiles(bool on) { gUnnamedTempFiles = on; }
-
-std::string osTempNameFor(const std::string& path) {
+// The one temporary file's name next to the target `path`.
+std::string tempNameFor(const std::string& path) {
   std::filesystem::path p = toPath(path);
   std::string name = fromPath(p.filename());
   // Keep within the usual 255-byte limit of a name.
   if (name.size() > 200) name.resize(200);
   return fromPath(p.parent_path() / toPath("." + name + ".qtx-tmp"));
 }
+
+bool gUnnamedTempFiles = true;
+
+}  // namespace
+
+void osUseUnnamedTempFiles(bool on) { gUnnamedTempFiles = on; }
 
 #ifdef QTX_POSIX_FILES
 
@@ -155,23 +154,22 @@ std::string folderOf(const std::string& file) {
 
 // What sits at the resolved target: nothing, or a regular file we may write.
 // `mode` gets the permission bits a replacement should carry.
-bool checkTarget(const std::string& file, mode_t& mode, bool& exists, std::string& reason) {
+bool checkTarget(const std::string& file, mode_t& mode, std::string& reason) {
   struct stat st {};
-  exists = ::stat(file.c_str(), &st) == 0;
-  if (!exists) {
-    if (errno != ENOENT) return reason = reasonFor(errno), false;
+  if (::stat(file.c_str(), &st) == 0) {
+    if (S_ISDIR(st.st_mode)) return reason = reasonFor(EISDIR), false;
+    if (!S_ISREG(st.st_mode)) return reason = kNotRegular, false;
+    // The write bits decide even for a user the system would let through.
+    if ((st.st_mode & 0222) == 0 || ::access(file.c_str(), W_OK) != 0) return reason = kReadOnly, false;
+    mode = st.st_mode & 07777;
+  } else if (errno != ENOENT) {
+    return reason = reasonFor(errno), false;
+  } else {
     mode_t mask = ::umask(0);
     ::umask(mask);
     mode = 0666 & ~mask;
-    std::string folder = folderOf(file);
-    if (::access(folder.c_str(), W_OK | X_OK) != 0) return reason = reasonFor(errno), false;
-    return true;
   }
-  if (S_ISDIR(st.st_mode)) return reason = reasonFor(EISDIR), false;
-  if (!S_ISREG(st.st_mode)) return reason = kNotRegular, false;
-  // The write bits decide even for a user the system would let through.
-  if ((st.st_mode & 0222) == 0 || ::access(file.c_str(), W_OK) != 0) return reason = kReadOnly, false;
-  mode = st.st_mode & 07777;
+  // The replacement is made in the folder, so the folder must take it.
   if (::access(folderOf(file).c_str(), W_OK | X_OK) != 0) return reason = reasonFor(errno), false;
   return true;
 }
@@ -238,17 +236,15 @@ bool writeNamed(const std::string& temp, std::string_view bytes, mode_t mode, st
 bool osCheckWritable(const std::string& path, std::string& resolved, std::string& reason) {
   if (!resolveLinks(path, resolved, reason)) return false;
   mode_t mode = 0;
-  bool exists = false;
-  return checkTarget(resolved, mode, exists, reason);
+  return checkTarget(resolved, mode, reason);
 }
 
 bool osWriteReplacing(const std::string& path, std::string_view bytes, std::string& reason) {
   std::string file;
   if (!resolveLinks(path, file, reason)) return false;
   mode_t mode = 0;
-  bool exists = false;
-  if (!checkTarget(file, mode, exists, reason)) return false;
-  const std::string temp = osTempNameFor(file);
+  if (!checkTarget(file, mode, reason)) return false;
+  const std::string temp = tempNameFor(file);
   int unnamed = writeUnnamed(folderOf(file), temp, bytes, mode, reason);
   if (unnamed == -2) return false;
   if (unnamed == -1 && !writeNamed(temp, bytes, mode, reason)) return false;
@@ -301,7 +297,7 @@ bool osWriteReplacing(const std::string& path, std::string_view bytes, std::stri
   namespace fs = std::filesystem;
   std::string file;
   if (!osCheckWritable(path, file, reason)) return false;
-  const std::string temp = osTempNameFor(file);
+  const std::string temp = tempNameFor(file);
   std::FILE* f = _wfopen(toPath(temp).c_str(), L"wb");
   if (!f) return reason = reasonFor(errno), false;
   bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();

@@ -29,6 +29,3 @@ bool osWriteReplacing(const std::string& path, std::string_view bytes, std::stri
 // system has one); off, they use the named fallback, which the kill loop
 // also has to prove.
 void osUseUnnamedTempFiles(bool on);
-
-// The temporary file's name next to the target `path`.
-std::string osTempNameFor(const std::string& path);
