@@ -36,21 +36,25 @@ size_t utf8Length(std::string_view s, size_t i) {
   return extra + 1;
 }
 
+// The sequence at `i`, or U+FFFD for its first byte alone; `i` moves past
+// what was taken.
+void appendRepaired(std::string_view s, size_t& i, std::string& out) {
+  const size_t n = utf8Length(s, i);
+  if (n == 0) {
+    out += "\xEF\xBF\xBD";
+    ++i;
+    return;
+  }
+  out.append(s, i, n);
+  i += n;
+}
+
 }  // namespace
 
 std::string repairUtf8(std::string_view bytes) {
   std::string out;
   out.reserve(bytes.size());
-  for (size_t i = 0; i < bytes.size();) {
-    size_t n = utf8Length(bytes, i);
-    if (n == 0) {
-      out += "\xEF\xBF\xBD";
-      ++i;
-    } else {
-      out.append(bytes, i, n);
-      i += n;
-    }
-  }
+  for (size_t i = 0; i < bytes.size();) appendRepaired(bytes, i, out);
   return out;
 }
 
@@ -218,18 +222,6 @@ void readUnicodeEscape(Reader& r, std::string& out) {
   out += 'u';
 }
 
-// A byte at or above 0x80: its whole sequence, or U+FFFD for the byte alone.
-void appendRawUtf8(Reader& r, std::string& out) {
-  const size_t n = utf8Length(r.s, r.pos);
-  if (n == 0) {
-    out += "\xEF\xBF\xBD";
-    ++r.pos;
-    return;
-  }
-  out.append(r.s, r.pos, n);
-  r.pos += n;
-}
-
 // Called on the opening quote. An unterminated string ends with the input.
 std::string readString(Reader& r) {
   std::string out;
@@ -241,7 +233,7 @@ std::string readString(Reader& r) {
       return out;
     }
     if (static_cast<unsigned char>(c) >= 0x80) {
-      appendRawUtf8(r, out);
+      appendRepaired(r.s, r.pos, out);
       continue;
     }
     ++r.pos;
