@@ -364,7 +364,9 @@ WidgetInput widgetInput(const InputState& in) {
   wi.keys.typed = in.typedChars;
   wi.keys.backspace = in.keyBackspace, wi.keys.enter = in.keyEnter;
   wi.keys.escape = in.keyEscape, wi.keys.paste = in.keyPaste;
-  wi.keys.pasteText = in.pasteText;
+  // The clipboard text stays in the input after its Ctrl+V; the widgets read
+  // it only in that frame.
+  if (in.keyPaste) wi.keys.pasteText = in.pasteText;
   return wi;
 }
 
