@@ -150,6 +150,10 @@ void centreOnCentre(AppState& s) {
     showMessage(s, kMsgCentreEmpty);
     return;
   }
+  centreOnSurface(s, p);
+}
+
+void centreOnSurface(AppState& s, const Pick& p) {
   centreOnPick(s.camera, p);
   if (!s.focusLocked) {
     s.params.focus = p.distance;

@@ -39,6 +39,9 @@ void returnCamera(AppState& s);
 void requestFit(AppState& s);
 // The rotation centre onto the surface in the middle of the free picture.
 void centreOnCentre(AppState& s);
+// The rotation centre onto a picked surface point (a hit); the lens focuses
+// there unless the focus is locked.
+void centreOnSurface(AppState& s, const Pick& p);
 void toggleHelp(AppState& s);
 // Borderless fullscreen and back to the exact windowed placement.
 void toggleFullscreen(AppState& s);

@@ -168,11 +168,7 @@ void centreUnderCursor(AppState& s) {
     return;
   }
   stopDive(s);
-  centreOnPick(s.camera, p);
-  if (!s.focusLocked) {
-    s.params.focus = p.distance;
-    resetAccumulation(s.renderer);
-  }
+  centreOnSurface(s, p);
 }
 
 void onButtonDown(AppState& s, const platform::InputEvent& e) {
