@@ -218,14 +218,15 @@ void shotStep(AppState& s, Run& run, double now) {
   LaunchOptions& o = run.opts;
   if (o.dive > 0) {
     bool deepEnough = o.diveUntil > 0 && cameraDistance(s.camera) < o.diveUntil;
-    if (now - run.start > o.dive || deepEnough) {
-      setDive(s.dive, s.camera, s.params, false);
-      o.dive = 0;
-    }
-    if (o.dive > 0) return;
+    if (now - run.start <= o.dive && !deepEnough) return;
+    setDive(s.dive, s.camera, s.params, false);
+    o.dive = 0;
   }
+  // The renderer's own verdict: every frame hands it targetSampleCount, and a
+  // moving camera makes its frame a moving one, so converged means all the
+  // samples with the camera at rest.
   RenderStatus st = renderStatus(s.renderer);
-  bool converged = st.converged && st.samples >= targetSampleCount(s) && !s.cameraWasMoving;
+  bool converged = st.converged;
   if (!converged && now - run.start <= kShotTimeLimit) {
     reportShotProgress(run, st, now);
     return;
