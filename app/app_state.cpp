@@ -112,7 +112,7 @@ CameraView cameraViewOf(const Camera& c, double fovDegrees) {
     v.basis[6 + i] = float(pose.forward[i]);
   }
   v.distance = pose.distance;
-  v.tanHalfFov = std::tan(fovDegrees * 3.14159265358979323846 / 360.0);
+  v.tanHalfFov = tanHalfFov(fovDegrees);
   return v;
 }
 

@@ -100,6 +100,8 @@ double wrapDegreesNear(double angle, double ref) {
   return std::fmod(std::fmod(angle - ref, 360.0) + 540.0, 360.0) + ref - 180.0;
 }
 
+double tanHalfFov(double fovDegrees) { return std::tan(fovDegrees * 3.14159265358979323846 / 360.0); }
+
 bool cameraUpdate(Camera& c, double dt) {
   if (c.rotationSpeed != 0 && !c.flying) c.goalYaw += c.rotationSpeed * dt;
   if (c.flying && !c.heldKeys.empty()) flightStep(c, dt);

@@ -53,6 +53,9 @@ CameraPose cameraPose(const Camera& c);
 double cameraDistance(const Camera& c);
 // `angle` moved by whole turns into [ref − 180, ref + 180).
 double wrapDegreesNear(double angle, double ref);
+// tan(fov° · π/360): how far the rays spread per unit of view height; the
+// renderer's camera, picking and panning all use this one.
+double tanHalfFov(double fovDegrees);
 
 // One frame: automatic rotation (not while flying), flight movement, then
 // smoothing of the shown values towards the goal. Returns whether the shown

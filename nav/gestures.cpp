@@ -21,8 +21,7 @@ void panDrag(Camera& c, double dx, double dy, double fovDegrees, double heightPx
   if (!(heightPx > 0)) return;
   double right[3], up[3], forward[3];
   cameraBasis(c.goalYaw, c.goalPitch, right, up, forward);
-  const double perPx =
-      2 * std::tan(fovDegrees * 3.14159265358979323846 / 360.0) * std::exp(c.goalLogDist) / heightPx;
+  const double perPx = 2 * tanHalfFov(fovDegrees) * std::exp(c.goalLogDist) / heightPx;
   for (int i = 0; i < 3; ++i) c.goalTarget[i] += (-dx * right[i] + dy * up[i]) * perPx;
 }
 

@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr double kDegToRad = 3.14159265358979323846 / 180.0;
 constexpr double kRadToDeg = 180.0 / 3.14159265358979323846;
 
 }  // namespace
@@ -14,7 +13,7 @@ PictureFrame pictureFrame(const Camera& c, double fovDegrees, int renderWidth, i
                           double shiftWindowPx, int windowHeight) {
   PictureFrame f;
   f.pose = cameraPose(c);
-  f.tanHalfFov = std::tan(fovDegrees * kDegToRad / 2);
+  f.tanHalfFov = tanHalfFov(fovDegrees);
   f.width = renderWidth;
   f.height = renderHeight;
   f.shiftUv = windowHeight > 0 ? 2 * shiftWindowPx / windowHeight : 0;
