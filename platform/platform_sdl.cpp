@@ -4,7 +4,6 @@
 //
 // Index
 //   [SECTION] Window record and video start-up
-//   [SECTION] Headless stand-in framebuffer
 //   [SECTION] Window creation
 //   [SECTION] Window queries and control
 //   [SECTION] Key codes
@@ -42,8 +41,7 @@ struct Window {
   SDL_GLContext context = nullptr;
   bool headless = false;
   bool host = false;  // drawing into a screen-saver host's window
-  int width = 0, height = 0;  // headless client size
-  StandIn standIn;  // headless only
+  StandIn standIn;  // headless only; its size is the client size
   uint32_t mods = 0;  // modifier state as carried by the last key event
   // Several files dropped at once arrive one event each; only the first opens.
   bool dropping = false, dropTaken = false;
@@ -164,8 +162,6 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
   auto* w = new Window;
   w->headless = kind == WindowKind::Headless;
   w->host = kind == WindowKind::ScreenSaver && d.hostWindow != 0;
-  w->width = d.width > 0 ? d.width : 1600;
-  w->height = d.height > 0 ? d.height : 950;
   w->window = openSdlWindow(d, kind);
   if (w->window) w->context = SDL_GL_CreateContext(w->window);
   if (!w->context || SDL_GL_MakeCurrent(w->window, w->context) != 0) {
@@ -178,7 +174,8 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     destroyWindow(w);
     return nullptr;
   }
-  if (w->headless && !makeStandIn(w->standIn, w->width, w->height, error)) {
+  if (w->headless &&
+      !makeStandIn(w->standIn, d.width > 0 ? d.width : 1600, d.height > 0 ? d.height : 950, error)) {
     destroyWindow(w);
     return nullptr;
   }
@@ -285,20 +282,15 @@ void drawableSize(const Window* w, int& width, int& height) {
   width = height = 0;
   if (!w) return;
   if (w->headless) {
-    width = w->width;
-    height = w->height;
+    width = w->standIn.width;
+    height = w->standIn.height;
   } else {
     SDL_GL_GetDrawableSize(w->window, &width, &height);
   }
 }
 
 void setHeadlessSize(Window* w, int width, int height) {
-  if (!w || !w->headless || width < 1 || height < 1) return;
-  if (width == w->width && height == w->height) return;
-  w->width = width;
-  w->height = height;
-  std::string ignored;
-  makeStandIn(w->standIn, w->width, w->height, ignored);
+  if (w && w->headless) resizeStandIn(w->standIn, width, height);
 }
 
 namespace {

@@ -51,10 +51,9 @@ struct Window {
   bool headless = false;
   bool saver = false;
   bool cursorHidden = false;  // ShowCursor keeps a count: undo only our own hide
-  int width = 0, height = 0;  // the headless size
   // A minimised window has an empty client area; its last real size stands in.
   mutable int shownWidth = 0, shownHeight = 0;
-  StandIn standIn;  // headless only
+  StandIn standIn;  // headless only; its size is the client size
   std::vector<InputEvent> queue;  // filled by the window procedure
   wchar_t highSurrogate = 0;      // first half of a character outside the BMP
   bool fullscreen = false;
@@ -181,8 +180,8 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
   auto* w = new Window;
   w->headless = kind == WindowKind::Headless;
   w->saver = kind == WindowKind::ScreenSaver;
-  w->width = w->shownWidth = d.width > 0 ? d.width : 1600;
-  w->height = w->shownHeight = d.height > 0 ? d.height : 950;
+  w->shownWidth = d.width > 0 ? d.width : 1600;
+  w->shownHeight = d.height > 0 ? d.height : 950;
   w->savedPlacement.length = sizeof(WINDOWPLACEMENT);
   w->hwnd = openHwnd(w, d, kind);
   if (!w->hwnd) {
@@ -203,7 +202,7 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     return nullptr;
   }
   if (w->headless) {
-    if (!makeStandIn(w->standIn, w->width, w->height, error)) {
+    if (!makeStandIn(w->standIn, w->shownWidth, w->shownHeight, error)) {
       destroyWindow(w);
       return nullptr;
     }
@@ -288,8 +287,8 @@ void drawableSize(const Window* w, int& width, int& height) {
   width = height = 0;
   if (!w) return;
   if (w->headless) {
-    width = w->width;
-    height = w->height;
+    width = w->standIn.width;
+    height = w->standIn.height;
     return;
   }
   RECT r;
@@ -302,12 +301,7 @@ void drawableSize(const Window* w, int& width, int& height) {
 }
 
 void setHeadlessSize(Window* w, int width, int height) {
-  if (!w || !w->headless || width < 1 || height < 1) return;
-  if (width == w->width && height == w->height) return;
-  w->width = width;
-  w->height = height;
-  std::string ignored;
-  makeStandIn(w->standIn, width, height, ignored);
+  if (w && w->headless) resizeStandIn(w->standIn, width, height);
 }
 
 double dpiScale(const Window* w) {

@@ -49,6 +49,8 @@ bool fitsGpuLimits(const StandInGl& gl, int width, int height, std::string& erro
 
 bool makeStandIn(StandIn& s, int width, int height, std::string& error) {
   releaseStandIn(s);  // the old stand-in goes even when the new size is refused
+  s.width = width;
+  s.height = height;
   if (!fitsGpuLimits(s.gl, width, height, error)) return false;
   s.gl.genRenderbuffers(1, &s.colour);
   s.gl.bindRenderbuffer(GL_RENDERBUFFER, s.colour);
@@ -64,6 +66,12 @@ bool makeStandIn(StandIn& s, int width, int height, std::string& error) {
     return false;
   }
   return true;
+}
+
+void resizeStandIn(StandIn& s, int width, int height) {
+  if (width < 1 || height < 1 || (width == s.width && height == s.height)) return;
+  std::string ignored;
+  makeStandIn(s, width, height, ignored);
 }
 
 }  // namespace platform

@@ -26,6 +26,7 @@ struct StandInGl {
 
 struct StandIn {
   GLuint fbo = 0, colour = 0;
+  int width = 0, height = 0;  // the size last asked for: the headless window's client size
   StandInGl gl;
 };
 
@@ -39,5 +40,8 @@ bool fitsGpuLimits(const StandInGl& gl, int width, int height, std::string& erro
 // Replaces the stand-in with one of the given size, bound as the draw target;
 // a size beyond the GPU's limits is refused (see fitsGpuLimits).
 bool makeStandIn(StandIn& s, int width, int height, std::string& error);
+// A headless window's new client size: the same size keeps the stand-in, a
+// size under 1x1 is ignored, a refused one leaves no stand-in behind.
+void resizeStandIn(StandIn& s, int width, int height);
 
 }  // namespace platform
