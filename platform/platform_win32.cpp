@@ -431,41 +431,21 @@ uint32_t mouseMods(WPARAM wp) {
 
 // [SECTION] Window procedure
 
-void appendUtf8(std::string& s, uint32_t cp) {
-  if (cp < 0x80) {
-    s += char(cp);
-  } else if (cp < 0x800) {
-    s += char(0xC0 | (cp >> 6));
-    s += char(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    s += char(0xE0 | (cp >> 12));
-    s += char(0x80 | ((cp >> 6) & 0x3F));
-    s += char(0x80 | (cp & 0x3F));
-  } else {
-    s += char(0xF0 | (cp >> 18));
-    s += char(0x80 | ((cp >> 12) & 0x3F));
-    s += char(0x80 | ((cp >> 6) & 0x3F));
-    s += char(0x80 | (cp & 0x3F));
-  }
-}
-
 // WM_CHAR brings UTF-16 units one at a time; a pair becomes one code point.
 // Control characters are keys (Enter, Backspace), not text.
 void onChar(Window& w, wchar_t unit) {
-  uint32_t cp = unit;
   if (unit >= 0xD800 && unit <= 0xDBFF) {
     w.highSurrogate = unit;
     return;
   }
-  if (unit >= 0xDC00 && unit <= 0xDFFF) {
-    if (!w.highSurrogate) return;
-    cp = 0x10000 + ((uint32_t(w.highSurrogate) - 0xD800) << 10) + (unit - 0xDC00);
-  }
+  wchar_t units[2] = {w.highSurrogate, unit};
+  const bool low = unit >= 0xDC00 && unit <= 0xDFFF;
+  if (low && !w.highSurrogate) return;
   w.highSurrogate = 0;
-  if (cp < 32 || cp == 127) return;
+  if (unit < 32 || unit == 127) return;
   InputEvent e;
   e.type = EventType::Text;
-  appendUtf8(e.text, cp);
+  e.text = low ? win32::narrow(units, 2) : win32::narrow(units + 1, 1);
   w.queue.push_back(std::move(e));
 }
 
