@@ -141,6 +141,23 @@ void shotValue(ArgCursor& c, const std::string& option) {
   c.o.shot = value;
 }
 
+// "--thumbnail IN OUT SIZE", as a thumbnailer entry passes it (%i %o %s).
+// Thumbnail caches use 128 to 1024 pixels; smaller is allowed for lists.
+void thumbnailValues(ArgCursor& c, const std::string& option) {
+  c.o.thumbnailAsked = true;
+  std::string in, out, size;
+  if (!takeValue(c, option, in) || !takeValue(c, option, out) || !takeValue(c, option, size)) return;
+  int n = 0;
+  if (!parsePositive(size, n) || n < 16 || n > 1024) {
+    problem(c, "неверный размер миниатюры: \"" + size + "\" (нужно целое число от 16 до 1024)");
+    return;
+  }
+  if (!c.o.file.empty() && c.o.file != in) problem(c, "лишний аргумент: " + in + " (файл уже задан: " + c.o.file + ")");
+  c.o.file = in;
+  c.o.thumbnail = out;
+  c.o.thumbnailSize = n;
+}
+
 // Options that take a value; true when `lower` was one of them. A value that
 // fails its check leaves the option's default and a problem line.
 bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) {
@@ -156,6 +173,7 @@ bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) 
   else if (lower == "--dive-until") numberValue(c, name, "diveUntil", o.diveUntil);
   else if (lower == "-window-id" || lower == "--window-id") textValue(c, name, o.windowId);
   else if (lower == "--size") sizeValue(c, name);
+  else if (lower == "--thumbnail") thumbnailValues(c, name);
   else return false;
   return true;
 }
@@ -166,6 +184,7 @@ bool parseFlag(const std::string& lower, LaunchOptions& o) {
   else if (lower == "--input-test") o.inputTest = true;
   else if (lower == "--print-preset") o.printPreset = true;
   else if (lower == "--headless") o.headless = true;
+  else if (lower == "-root" || lower == "--root") o.root = true;
   else if (lower == "--help" || lower == "-h") o.help = true;
   else if (lower == "--version") o.version = true;
   else return false;
@@ -199,7 +218,9 @@ LaunchOptions parseCommandLine(const std::vector<std::string>& args) {
   return o;
 }
 
-bool isUnattended(const LaunchOptions& o) { return o.shotAsked || o.printPreset || o.inputTest; }
+bool isUnattended(const LaunchOptions& o) {
+  return o.shotAsked || o.printPreset || o.inputTest || o.thumbnailAsked;
+}
 
 // [SECTION] Texts and --print-preset
 
@@ -225,6 +246,9 @@ std::string usageText() {
          "  --print-preset [ФАЙЛ] напечатать пресет ФАЙЛА или зерна и выйти\n"
          "  /s, /p, /c           хранитель экрана: показ, предпросмотр, настройки\n"
          "  -window-id ID        рисовать в окно хранителя экрана ID\n"
+         "  -root                хранитель экрана xscreensaver: в его окно или на весь рабочий стол\n"
+         "  --thumbnail ВХОД ВЫХОД РАЗМЕР\n"
+         "                       миниатюра пресета ВХОД (PNG РАЗМЕРxРАЗМЕР) в файл ВЫХОД\n"
          "  --help, -h           эта справка\n"
          "  --version            версия\n";
 }

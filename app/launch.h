@@ -23,6 +23,7 @@ struct LaunchOptions {
   bool configure = false;    // /c…: information box, exit
   bool inputTest = false;    // --input-test
   std::string windowId;      // -window-id ID (or $XSCREENSAVER_WINDOW)
+  bool root = false;         // -root: xscreensaver's hack switch (its window, else the desktop's)
 
   // Beyond the classic switches.
   bool printPreset = false;  // --print-preset [FILE]
@@ -32,6 +33,11 @@ struct LaunchOptions {
   bool help = false;         // --help
   bool version = false;      // --version
   bool shotAsked = false;    // --shot given at all, even without a usable path
+  // --thumbnail IN OUT SIZE: a file manager's thumbnail of the preset IN
+  // (kept in `file`), SIZE×SIZE pixels, written to OUT.
+  bool thumbnailAsked = false;
+  std::string thumbnail;
+  int thumbnailSize = 0;
   // One Russian line per option that could not be taken (unknown, missing
   // or malformed value, out of range); the option keeps its default.
   std::vector<std::string> problems;

@@ -40,6 +40,14 @@ static_assert(kFlyKeyUp == platform::kKeyUp && kFlyKeyDown == platform::kKeyDown
 namespace {
 
 constexpr double kShotTimeLimit = 180.0;  // a scene that never converges still yields an image
+// A file manager waits for its thumbnails, and on the software renderer a
+// frame of a deep scene takes long: a few samples or a few seconds, whichever
+// comes first, are enough for a picture of an icon's size.
+constexpr double kThumbnailTimeLimit = 4.0;
+constexpr int kThumbnailSamples = 6;
+// Larger thumbnails are traced at this side and scaled up by the composite:
+// the costly pass stays within the time limit at every cache size.
+constexpr double kThumbnailTraceSide = 200.0;
 
 struct Run {
   LaunchOptions opts;
@@ -53,6 +61,7 @@ struct Run {
   uint64_t hostWindow = 0;    // screen saver drawing into its host's window
 
   bool shot() const { return !opts.shot.empty(); }
+  bool thumbnail() const { return !opts.thumbnail.empty(); }
   // A shot or the self-test: the run drives itself and stops on its own.
   bool scripted() const { return shot() || opts.inputTest; }
 };
@@ -87,11 +96,13 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
 
 // The screen-saver host's window: "-window-id ID", else the one a host such
 // as xscreensaver names in XSCREENSAVER_WINDOW; decimal or 0x-hex; 0 = none.
+// "-root" (xscreensaver's switch) without either means the desktop's root window.
 uint64_t hostWindowId(const LaunchOptions& o) {
   if (!o.shot.empty()) return 0;
   const char* env = std::getenv("XSCREENSAVER_WINDOW");
   std::string text = !o.windowId.empty() ? o.windowId : env ? env : "";
-  return std::strtoull(text.c_str(), nullptr, 0);
+  uint64_t id = std::strtoull(text.c_str(), nullptr, 0);
+  return id == 0 && o.root ? platform::rootWindow() : id;
 }
 
 platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, std::string& error) {
@@ -151,6 +162,7 @@ void loadStartingState(AppState& s, Run& run) {
   // A shot is rendered at the size asked for: the automatic scale that keeps
   // an interactive window fluid would only blur a poster.
   if (run.shot() && s.settings.resScale <= 0) s.settings.resScale = 1;
+  if (run.thumbnail()) s.settings.resScale = std::min(1.0, kThumbnailTraceSide / o.thumbnailSize);
   // A shot narrower than twice the panel would be mostly panel: it shows the
   // fractal alone.
   int w = 0, h = 0;
@@ -227,12 +239,14 @@ void shotStep(AppState& s, Run& run, double now) {
   // samples with the camera at rest.
   RenderStatus st = renderStatus(s.renderer);
   bool converged = st.converged;
-  if (!converged && now - run.start <= kShotTimeLimit) {
-    reportShotProgress(run, st, now);
+  double limit = run.thumbnail() ? kThumbnailTimeLimit : kShotTimeLimit;
+  if (!converged && (now - run.start <= limit || (run.thumbnail() && st.samples == 0))) {
+    if (!run.thumbnail()) reportShotProgress(run, st, now);
     return;
   }
   std::string problem;
-  if (!takeShot(s, o.shot, converged, problem)) {
+  bool written = run.thumbnail() ? writeThumbnail(s, o.thumbnail, problem) : takeShot(s, o.shot, converged, problem);
+  if (!written) {
     std::fprintf(stderr, "%s\n", problem.c_str());
     run.exitStatus = 1;
   }
@@ -328,6 +342,17 @@ int runProgram(Run& run) {
   return run.exitStatus;
 }
 
+// A thumbnail is a small shot of the file, headless, without the interface
+// and without a report next to it.
+void prepareThumbnail(LaunchOptions& o) {
+  o.shot = o.thumbnail;
+  o.width = o.height = o.thumbnailSize;
+  o.samples = kThumbnailSamples;
+  o.hideUi = true;
+  o.headless = true;
+  o.dive = 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -335,6 +360,7 @@ int main(int argc, char** argv) {
   run.opts = parseCommandLine(std::vector<std::string>(argv, argv + argc));
   int status = 0;
   if (answerWithoutWindow(run.opts, status)) return status;
+  if (run.thumbnail()) prepareThumbnail(run.opts);
   std::srand(unsigned(std::time(nullptr)));
   return runProgram(run);
 }

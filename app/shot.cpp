@@ -32,6 +32,21 @@ bool takeShot(AppState& s, const std::string& path, bool converged, std::string&
   return ok;
 }
 
+bool writeThumbnail(AppState& s, const std::string& path, std::string& problem) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 4, 0);
+  readWindowPixels(s.renderer, platform::defaultFramebuffer(s.window), w, h, pixels);
+  std::string png, reason;
+  if (!platform::encodePngPixels(pixels.data(), w, h, png)) {
+    problem = "не удалось закодировать PNG";
+    return false;
+  }
+  if (writeFileAtomic(path, png, &reason)) return true;
+  problem = fileProblem(kMsgCannotWrite, path, reason);
+  return false;
+}
+
 bool shotInputsUsable(const LaunchOptions& o, std::string& problem) {
   std::string reason;
   for (const std::string& target : {o.shot, o.shot + ".log"}) {

@@ -17,3 +17,7 @@ bool shotInputsUsable(const LaunchOptions& o, std::string& problem);
 // Reads the window back, writes `path` and `path`.log. Returns false when a
 // file could not be written; `problem` then says which.
 bool takeShot(AppState& s, const std::string& path, bool converged, std::string& problem);
+
+// A file manager's thumbnail: the window read back as a plain PNG at `path`
+// (no preset inside, no report). False with `problem` when it failed.
+bool writeThumbnail(AppState& s, const std::string& path, std::string& problem);

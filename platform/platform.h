@@ -47,6 +47,11 @@ void destroyWindow(Window* w);
 bool isHeadless(const Window* w);
 // Whether the window is a screen-saver host's (see WindowDesc::hostWindow).
 bool drawsIntoHost(const Window* w);
+// The desktop's root window as a host window id, for a screen saver started
+// with xscreensaver's "-root" outside xscreensaver; 0 where there is none.
+uint64_t rootWindow();
+// The window class (X11) and app id (Wayland): the desktop entry's name.
+inline constexpr const char* kWindowClass = "quorvantelix3d";
 // Address of a GL entry point (core and extension), nullptr when absent.
 void* glProcAddress(const char* name);
 // The framebuffer the program should treat as "the window": 0 for a real

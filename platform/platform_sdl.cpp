@@ -4,6 +4,7 @@
 //
 // Index
 //   [SECTION] Window record and video start-up
+//   [SECTION] Window icon
 //   [SECTION] Window creation
 //   [SECTION] Window queries and control
 //   [SECTION] Key codes
@@ -45,7 +46,12 @@ struct Window {
   uint32_t mods = 0;  // modifier state as carried by the last key event
   // Several files dropped at once arrive one event each; only the first opens.
   bool dropping = false, dropTaken = false;
+  double hostCheckedAt = 0;  // when the host's window was last seen alive
 };
+
+// The Windows icon file, embedded at build time (window_icon_data.cpp).
+extern const unsigned char kIconFile[];
+extern const size_t kIconFileSize;
 
 namespace {
 
@@ -66,6 +72,11 @@ bool startVideo(bool offscreen, std::string& error) {
     SDL_QuitSubSystem(SDL_INIT_VIDEO);
   }
   if (offscreen) setenv("SDL_VIDEODRIVER", "offscreen", 1);
+  // The window's class (X11) and app id (Wayland) name the desktop entry, so
+  // that the desktop shows the entry's name and icon for the window whatever
+  // the executable is called (the screen saver's link, a build folder).
+  setenv("SDL_VIDEO_X11_WMCLASS", kWindowClass, 0);
+  setenv("SDL_VIDEO_WAYLAND_WMCLASS", kWindowClass, 0);
   SDL_SetHint(SDL_HINT_VIDEO_MINIMIZE_ON_FOCUS_LOSS, "0");
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     error = std::string("SDL: ") + SDL_GetError();
@@ -86,6 +97,47 @@ void setContextAttributes() {
   SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
   SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 0);
   SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
+}
+
+// [SECTION] Window icon
+
+uint32_t readLe(const unsigned char* p, int bytes) {
+  uint32_t v = 0;
+  for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | p[i];
+  return v;
+}
+
+// The icon file's largest 32-bit image. Each is a DIB: a 40-byte header,
+// then rows bottom-up of B, G, R, A (then a mask, which the alpha makes moot).
+SDL_Surface* iconSurface() {
+  const unsigned char* f = kIconFile;
+  if (kIconFileSize < 6 || readLe(f + 2, 2) != 1) return nullptr;
+  uint32_t count = readLe(f + 4, 2), bestSize = 0, bestOffset = 0;
+  for (uint32_t i = 0; i < count && 6 + 16 * (i + 1) <= kIconFileSize; ++i) {
+    const unsigned char* e = f + 6 + 16 * i;
+    uint32_t size = e[0] ? e[0] : 256, offset = readLe(e + 12, 4);
+    bool dib32 = offset + 40 <= kIconFileSize && readLe(f + offset, 4) == 40 && readLe(f + offset + 14, 2) == 32;
+    if (dib32 && offset + 40 + size * size * 4 <= kIconFileSize && size > bestSize) {
+      bestSize = size;
+      bestOffset = offset;
+    }
+  }
+  if (bestSize == 0) return nullptr;
+  int n = int(bestSize);
+  SDL_Surface* icon = SDL_CreateRGBSurfaceWithFormat(0, n, n, 32, SDL_PIXELFORMAT_ARGB8888);
+  if (!icon) return nullptr;
+  const unsigned char* rows = f + bestOffset + 40;
+  for (int y = 0; y < n; ++y)  // B, G, R, A in memory is ARGB8888 read as little-endian words
+    std::memcpy(static_cast<unsigned char*>(icon->pixels) + size_t(y) * icon->pitch,
+                rows + size_t(n - 1 - y) * n * 4, size_t(n) * 4);
+  return icon;
+}
+
+void setWindowIcon(SDL_Window* window) {
+  if (SDL_Surface* icon = iconSurface()) {
+    SDL_SetWindowIcon(window, icon);
+    SDL_FreeSurface(icon);
+  }
 }
 
 // [SECTION] Window creation
@@ -112,7 +164,10 @@ int noteHostWindowError(Display*, XErrorEvent*) {
 #endif
 
 // A stale or mistyped host window id must not end the process: Xlib's default
-// error handler would exit at the first request on it.
+// error handler would exit at the first request on it. The host may also
+// destroy its window at any moment (xscreensaver does when the user comes
+// back), so once adopted the handler stays: the run then ends as if closed
+// (hostWindowGone) instead of dying of the next request's error.
 SDL_Window* adoptHostWindow(uint64_t id) {
   SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, "1");
   void* handle = reinterpret_cast<void*>(static_cast<uintptr_t>(id));
@@ -128,8 +183,10 @@ SDL_Window* adoptHostWindow(uint64_t id) {
     w = nullptr;
     if (x11) XSync(info.info.x11.display, False);  // its errors arrive while ours is the handler
   }
-  XSetErrorHandler(previous);
-  if (!w) SDL_SetError("no such window");
+  if (!w) {
+    XSetErrorHandler(previous);
+    SDL_SetError("no such window");
+  }
   return w;
 #else
   return SDL_CreateWindowFrom(handle);
@@ -180,6 +237,7 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     return nullptr;
   }
   if (kind == WindowKind::ScreenSaver) SDL_ShowCursor(SDL_DISABLE);
+  if (kind != WindowKind::Headless && !w->host) setWindowIcon(w->window);
   if (kind != WindowKind::Headless) SDL_StartTextInput();
   return w;
 }
@@ -224,6 +282,19 @@ void destroyWindow(Window* w) {
 bool isHeadless(const Window* w) { return !w || w->headless; }
 
 bool drawsIntoHost(const Window* w) { return w && w->host; }
+
+uint64_t rootWindow() {
+#if defined(SDL_VIDEO_DRIVER_X11)
+  if (!displayAvailable()) return 0;
+  Display* d = XOpenDisplay(nullptr);
+  if (!d) return 0;
+  uint64_t id = DefaultRootWindow(d);
+  XCloseDisplay(d);
+  return id;
+#else
+  return 0;
+#endif
+}
 
 void* glProcAddress(const char* name) {
   // SDL answers only once video is up; before that there is no GL library.
@@ -530,6 +601,32 @@ void drainInto(Window* w, std::vector<InputEvent>& out, SDL_Event& ev) {
   } while (SDL_PollEvent(&ev));
 }
 
+// A host's window that is gone ends the run like a close; asked a few times
+// a second, since each question is a round trip to the X server.
+bool hostWindowGone(Window& w) {
+#if defined(SDL_VIDEO_DRIVER_X11)
+  if (gHostWindowBad) return true;
+  double t = now();
+  if (t - w.hostCheckedAt < 0.25) return false;
+  w.hostCheckedAt = t;
+  SDL_SysWMinfo info;
+  SDL_VERSION(&info.version);
+  if (!SDL_GetWindowWMInfo(w.window, &info) || info.subsystem != SDL_SYSWM_X11) return false;
+  XWindowAttributes a;
+  return !XGetWindowAttributes(info.info.x11.display, info.info.x11.window, &a) || gHostWindowBad;
+#else
+  (void)w;
+  return false;
+#endif
+}
+
+void noteHostGone(Window* w, std::vector<InputEvent>& out) {
+  if (!w || !w->host || !hostWindowGone(*w)) return;
+  InputEvent e;
+  e.type = EventType::Close;
+  out.push_back(e);
+}
+
 }  // namespace
 
 std::vector<InputEvent> waitEvents(Window* w, int timeoutMs) {
@@ -537,6 +634,7 @@ std::vector<InputEvent> waitEvents(Window* w, int timeoutMs) {
   SDL_Event ev;
   int got = timeoutMs < 0 ? SDL_WaitEvent(&ev) : SDL_WaitEventTimeout(&ev, timeoutMs);
   if (got) drainInto(w, out, ev);
+  noteHostGone(w, out);
   return out;
 }
 
@@ -544,6 +642,7 @@ std::vector<InputEvent> pollEvents(Window* w) {
   std::vector<InputEvent> out;
   SDL_Event ev;
   if (SDL_PollEvent(&ev)) drainInto(w, out, ev);
+  noteHostGone(w, out);
   return out;
 }
 

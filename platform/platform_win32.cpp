@@ -256,6 +256,8 @@ bool isHeadless(const Window* w) { return !w || w->headless; }
 
 bool drawsIntoHost(const Window*) { return false; }
 
+uint64_t rootWindow() { return 0; }
+
 void* glProcAddress(const char* name) {
   // wglGetProcAddress knows only what lies beyond GL 1.1 (and answers some
   // failures with small non-null values); opengl32 exports the rest.

@@ -153,3 +153,25 @@ TEST(CommandLine, PrintPreset) {
   EXPECT_EQ(runPrintPreset(o, out, err), 1);
   EXPECT_EQ(err, "Не удалось прочитать файл «/nonexistent/qtx.json»: нет такого файла или папки\n");
 }
+
+// A file manager's thumbnailer entry and xscreensaver's hack switch.
+TEST(CommandLine, ThumbnailAndRoot) {
+  LaunchOptions o = parse({"--thumbnail", "/tmp/a b.json", "/tmp/out.png", "256"});
+  EXPECT_EQ(o.file, "/tmp/a b.json");
+  EXPECT_EQ(o.thumbnail, "/tmp/out.png");
+  EXPECT_EQ(o.thumbnailSize, 256);
+  EXPECT_TRUE(o.error.empty() && o.problems.empty());
+
+  // Nobody watches a thumbnailer: a bad or missing value stops the run.
+  EXPECT_EQ(parse({"--thumbnail", "a.json", "o.png", "9"}).error,
+            "неверный размер миниатюры: \"9\" (нужно целое число от 16 до 1024)");
+  EXPECT_EQ(parse({"--thumbnail", "a.json", "o.png", "2048"}).thumbnailSize, 0);
+  EXPECT_EQ(parse({"--thumbnail", "a.json", "o.png"}).error, "у параметра --thumbnail нет значения");
+  EXPECT_EQ(parse({"x.json", "--thumbnail", "a.json", "o.png", "128"}).error,
+            "лишний аргумент: a.json (файл уже задан: x.json)");
+
+  EXPECT_TRUE(parse({"-root"}).root);
+  EXPECT_TRUE(parse({"-ROOT", "-window-id", "12"}).root);
+  EXPECT_FALSE(parse({"-root"}).screensaver);
+  EXPECT_TRUE(parse({"-root"}).problems.empty());
+}
