@@ -308,7 +308,9 @@ int runProgram(Run& run) {
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
   s->unattended = run.scripted() || s->screensaverMode;
-  std::string folder = platform::settingsFolder();
+  // A thumbnail is the file's alone: the user's settings neither shape it
+  // nor get a folder made for them in the file manager's sandbox.
+  std::string folder = run.thumbnail() ? std::string() : platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";
 
   if (!initRenderer(s->renderer, platform::glProcAddress, error)) {

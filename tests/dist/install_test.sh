@@ -81,6 +81,9 @@ for size in 128 256; do
   [ "$(png_size "$out")" = "${size}x${size}" ] || fail "thumbnail $size is $(png_size "$out")"
   [ ! -e "$out.log" ] || fail "a thumbnail leaves no report"
 done
+# Nor does it touch the user's settings: file managers run thumbnailers in
+# a scratch folder and complain about anything left there.
+[ ! -e "$XDG_CONFIG_HOME/Quorvantelix" ] || fail "a thumbnail made a settings folder"
 
 # What is not a preset gets no thumbnail (the file manager keeps its own) and
 # a bad size is a usage error.
