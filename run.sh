@@ -3,17 +3,59 @@
 # With a display: the interactive explorer. Without one: renders the classic
 # fractal to out/classic.png (with its preset inside) and says where it is.
 # Any arguments are passed to the program instead.
+# Each step prints one line; apt's and CMake's own output goes to
+# build/run.log, which is named when a step fails.
 set -euo pipefail
 cd "$(dirname "$0")"
-tools/deps.sh
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DQTX_TESTS=OFF >/dev/null
-cmake --build build --target quorvantelix3d
+mkdir -p build
+log=$PWD/build/run.log
+: >"$log"
+
+# step TEXT COMMAND...: the line, then the command with its output in the log.
+step() {
+  local text=$1
+  shift
+  echo "$text"
+  if ! "$@" >>"$log" 2>&1; then
+    echo "Не получилось. Подробности в $log, последние строки:"
+    tail -n 15 "$log"
+    exit 1
+  fi
+}
+
+# progress: the program's "рендер N%" lines rewrite one line of a terminal
+# (elsewhere only the last is kept); any other line is printed as it comes.
+progress() {
+  local line last=""
+  while IFS= read -r line; do
+    if [[ $line != рендер* ]]; then
+      [ -n "$last" ] && [ -t 1 ] && echo
+      echo "$line"
+      last=""
+    elif [ -t 1 ]; then
+      printf '\r\033[K%s' "$line"
+      last=$line
+    else
+      last=$line
+    fi
+  done
+  if [ -n "$last" ]; then
+    if [ -t 1 ]; then echo; else echo "$last"; fi
+  fi
+}
+
+tools/deps.sh --check || step "Устанавливаю пакеты…" tools/deps.sh
+step "Настраиваю сборку…" cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DQTX_TESTS=OFF
+step "Собираю…" cmake --build build --target quorvantelix3d
 if [ $# -gt 0 ]; then
   exec build/app/quorvantelix3d "$@"
 elif [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  echo "Запускаю…"
   exec build/app/quorvantelix3d
 else
   mkdir -p out
-  build/app/quorvantelix3d --shot out/classic.png --seed classic --type mandelbulb --size 960x540 --samples 64 --hide-ui
-  echo "No display: rendered out/classic.png (report in out/classic.png.log)."
+  echo "Дисплея нет: рисую классический фрактал в out/classic.png…"
+  build/app/quorvantelix3d --shot out/classic.png --seed classic --type mandelbulb --size 960x540 --samples 64 \
+    --hide-ui 2>&1 | progress
+  echo "Готово: out/classic.png (отчёт в out/classic.png.log)."
 fi

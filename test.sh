@@ -1,16 +1,43 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every test: the full suite (unit, GL on Mesa's
-# software renderer, end-to-end), then the unit tests once more under
-# AddressSanitizer and UndefinedBehaviorSanitizer.
+# software renderer, end-to-end, installation), then the unit tests once more
+# under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Each step prints one line; apt's and CMake's own output goes to
+# build-test/setup.log, which is named when a step fails. Of ctest's output
+# the lines of passing tests are left out: failures with their output and
+# the summary stay.
 set -euo pipefail
 cd "$(dirname "$0")"
-tools/deps.sh
 jobs=$(nproc)
+mkdir -p build-test
+log=$PWD/build-test/setup.log
+: >"$log"
 
-cmake -S . -B build-test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build-test -j "$jobs"
-ctest --test-dir build-test --output-on-failure -j "$jobs"
+# step TEXT COMMAND...: the line, then the command with its output in the log.
+step() {
+  local text=$1
+  shift
+  echo "$text"
+  if ! "$@" >>"$log" 2>&1; then
+    echo "Не получилось. Подробности в $log, последние строки:"
+    tail -n 25 "$log"
+    exit 1
+  fi
+}
 
-cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQTX_APP=OFF -DQTX_SANITIZE=ON >/dev/null
-cmake --build build-asan -j "$jobs"
-ctest --test-dir build-asan --output-on-failure -j "$jobs"
+# run_tests BUILD_DIR: ctest without the lines of tests that passed.
+run_tests() {
+  ctest --test-dir "$1" --output-on-failure -j "$jobs" 2>&1 |
+    grep -Ev '^ +Start +[0-9]+: |^ *[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed +[0-9.]+ sec$'
+}
+
+tools/deps.sh --check || step "Устанавливаю пакеты…" tools/deps.sh
+step "Настраиваю сборку…" cmake -S . -B build-test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+step "Собираю…" cmake --build build-test -j "$jobs"
+echo "Запускаю тесты…"
+run_tests build-test
+
+step "Настраиваю сборку с AddressSanitizer…" cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQTX_APP=OFF -DQTX_SANITIZE=ON
+step "Собираю с AddressSanitizer…" cmake --build build-asan -j "$jobs"
+echo "Запускаю тесты под AddressSanitizer…"
+run_tests build-asan

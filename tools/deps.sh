@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, only those missing.
-# Uses sudo when not root. Safe to run again.
+# Uses sudo when not root. Safe to run again. With --check it installs
+# nothing and only answers, by its exit status, whether anything is missing.
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,7 @@ packages=(
   libegl-mesa0 libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
   glslang-tools pngcheck
+  desktop-file-utils appstream libxml2-utils
 )
 if [ "${1:-}" = "--dev" ]; then
   packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool zenity openbox)
@@ -25,6 +27,7 @@ for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
+[[ " $* " == *" --check "* ]] && exit 1
 
 sudo=""
 [ "$(id -u)" -eq 0 ] || sudo="sudo"
