@@ -324,8 +324,9 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
-  // The screen saver shows no interface, so it spends no time on the atlas.
-  if (!s->screensaverMode && !initInterface(*s, error)) {
+  // The screen saver shows no interface, so it spends no time on the atlas;
+  // nor does a thumbnail, which is the picture alone (no progress bar).
+  if (!s->screensaverMode && !run.thumbnail() && !initInterface(*s, error)) {
     platform::messageBox(window, kAppTitle, error, true);
     destroyRenderer(s->renderer);
     platform::destroyWindow(window);

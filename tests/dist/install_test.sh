@@ -4,9 +4,9 @@
 # AppStream data and the MIME package validate, every icon has its size, a
 # preset is recognised as one (and other JSON is not), and the thumbnailer
 # entry, run as a file manager runs it, writes a PNG of the asked size.
-# Usage: install_test.sh BUILD_DIR
+# Usage: install_test.sh BUILD_DIR PNG_STATS
 set -euo pipefail
-build=$1
+build=$1 png_stats=$2
 . "$(dirname "$0")/../e2e/common.sh"
 for tool in desktop-file-validate appstreamcli xmllint; do
   command -v "$tool" >/dev/null || { echo "$tool missing; skipped"; exit 77; }
@@ -80,6 +80,8 @@ for size in 128 256; do
   expect_success $status "$dir/thumb.err" "thumbnail $size"
   [ "$(png_size "$out")" = "${size}x${size}" ] || fail "thumbnail $size is $(png_size "$out")"
   [ ! -e "$out.log" ] || fail "a thumbnail leaves no report"
+  read -r spread levels < <("$png_stats" "$out")
+  [ "$levels" -gt 40 ] || fail "thumbnail $size is no picture: $levels grey levels, spread $spread"
 done
 # Nor does it touch the user's settings: file managers run thumbnailers in
 # a scratch folder and complain about anything left there.

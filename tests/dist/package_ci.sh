@@ -34,7 +34,7 @@ cmake -DQTX_INSTALL_XSCREENSAVER=ON "$build" >>"$log" 2>&1 && cmake --build "$bu
 (cd "$build" && cpack -G DEB) >>"$log" 2>&1 || fail "cpack"
 deb=$(ls "$build"/quorvantelix3d_*.deb)
 dpkg-deb --field "$deb" Depends
-dpkg-deb --contents "$deb" | awk '{print $6, $7, $8}' | grep -v '/$' | tee "$dir/contents"
+dpkg-deb --contents "$deb" | awk '$6 !~ /\/$/ {print $6, $7, $8}' | tee "$dir/contents"
 for f in ./usr/bin/quorvantelix3d ./usr/share/applications/quorvantelix3d.desktop \
          ./usr/share/mime/packages/quorvantelix3d.xml ./usr/share/thumbnailers/quorvantelix3d.thumbnailer \
          ./usr/share/metainfo/quorvantelix3d.metainfo.xml ./usr/share/man/man1/quorvantelix3d.1.gz \
