@@ -23,25 +23,23 @@ step() {
   fi
 }
 
-# progress: the program's "рендер N%" lines rewrite one line of a terminal
-# (elsewhere only the last is kept); any other line is printed as it comes.
+# progress: on a terminal the program's "рендер N%" lines rewrite one line,
+# which is cleared at the end; elsewhere (a log) they are left out. Any other
+# line is printed as it comes.
 progress() {
-  local line last=""
+  local line shown=""
   while IFS= read -r line; do
     if [[ $line != рендер* ]]; then
-      [ -n "$last" ] && [ -t 1 ] && echo
+      [ -n "$shown" ] && printf '\r\033[K'
       echo "$line"
-      last=""
+      shown=""
     elif [ -t 1 ]; then
       printf '\r\033[K%s' "$line"
-      last=$line
-    else
-      last=$line
+      shown=1
     fi
   done
-  if [ -n "$last" ]; then
-    if [ -t 1 ]; then echo; else echo "$last"; fi
-  fi
+  [ -n "$shown" ] && printf '\r\033[K'
+  return 0
 }
 
 tools/deps.sh --check || step "Устанавливаю пакеты…" tools/deps.sh
