@@ -164,3 +164,30 @@ TEST(Dive, FindsTheDeepestPointNearTheCentre) {
   DepthImage sky = emptyImage(200, 100);
   EXPECT_FALSE(findDeepestPoint(f, sky.reader(), 3.4, point));
 }
+
+// Several cycles with a search that finds a cavity at first and then nothing:
+// each descent after surfacing starts from the seed's centre with its count
+// of failed searches cleared, so every cycle takes seven failures to turn.
+TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
+  DiveRun run;
+  auto step = [&] {
+    run.ctx.now += run.ctx.dt;
+    diveStep(run.dive, run.camera, run.ctx);
+  };
+  const double surface = run.dive.surfaceLogDist;
+  run.findsPoint = true;
+  run.point[0] = 0.4;
+  for (double until = run.ctx.now + 3; run.ctx.now < until;) step();
+  ASSERT_EQ(run.camera.goalTarget[0], 0.4);
+  run.findsPoint = false;
+  size_t searched = run.searches.size();
+  for (int cycle = 0; cycle < 3; ++cycle) {
+    run.framesUntilSurfacing(run.ctx.now + 60);
+    ASSERT_FALSE(run.dive.descending) << "cycle " << cycle;
+    EXPECT_EQ(run.searches.size() - searched, 7u) << "cycle " << cycle;
+    searched = run.searches.size();  // the step that lands may search already
+    while (!run.dive.descending) step();
+    EXPECT_NEAR(run.camera.goalLogDist, surface - 0.35 * run.ctx.dt, 1e-12) << "cycle " << cycle;
+    EXPECT_EQ(run.camera.goalTarget[0], 0) << "cycle " << cycle;
+  }
+}
