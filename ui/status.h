@@ -6,6 +6,7 @@
 
 #include "ui/ui_context.h"
 
+#include <functional>
 #include <string>
 
 struct StatusInfo {
@@ -47,6 +48,11 @@ ProgressGeometry progressBar(const UiContext& ui, double ratio, int clientWidth,
 std::string zoomText(double zoom);
 // The fragments in their order on the line, joined by " · ".
 std::string statusLine(const StatusInfo& st);
+// The line for `room` pixels as `width` measures text: whole fragments are
+// left out, least used first (render size, speed, samples, zoom), until it
+// fits; the iterations and the precision note stay longest.
+std::string statusLineWithin(const StatusInfo& st, float room,
+                             const std::function<float(const std::string&)>& width);
 
 // Progress bar, status line (while the interface is shown) and the message.
 void drawStatus(UiContext& ui, const StatusInfo& st);
