@@ -51,6 +51,7 @@ struct Run {
   InputTestState test;
   double lastProgress = 0;    // shot: when progress was last reported
   uint64_t hostWindow = 0;    // screen saver drawing into its host's window
+  std::string startMessage;   // shown in the window once the first frame can draw it
 
   bool shot() const { return !opts.shot.empty(); }
   // A shot or the self-test: the run drives itself and stops on its own.
@@ -68,6 +69,7 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
     return true;
   }
   for (const std::string& line : o.problems) std::fprintf(stderr, "предупреждение: %s\n", line.c_str());
+  for (const std::string& line : o.warnings) std::fprintf(stderr, "предупреждение: %s\n", line.c_str());
   if (o.help) std::fputs(usageText().c_str(), stdout);
   else if (o.version) std::printf("%s\n", versionText().c_str());
   else if (o.printPreset) {
@@ -129,8 +131,12 @@ void loadStartingState(AppState& s, Run& run) {
   if (!o.file.empty()) {
     FractalParams p;
     std::string message;
-    if (loadPresetFile(o.file, p, message)) s.params = p;
-    else std::fprintf(stderr, "%s\n", message.c_str());
+    if (loadPresetFile(o.file, p, message)) {
+      s.params = p;
+    } else {
+      std::fprintf(stderr, "%s\n", message.c_str());
+      run.startMessage = message;
+    }
   }
   setCameraFromParams(s.camera, s.params);
   pushState(s);
@@ -231,6 +237,10 @@ void shotStep(AppState& s, Run& run, double now) {
     reportShotProgress(run, st, now);
     return;
   }
+  // A run that reported its progress ends its report at the end, not at the
+  // last few-second mark.
+  if (converged && run.lastProgress > 0)
+    std::fprintf(stderr, "рендер 100%% (%d/%d сэмплов)\n", st.samples, st.targetSamples);
   std::string problem;
   if (!takeShot(s, o.shot, converged, problem)) {
     std::fprintf(stderr, "%s\n", problem.c_str());
@@ -294,10 +304,14 @@ int runProgram(Run& run) {
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
   s->unattended = run.scripted() || s->screensaverMode;
+  s->selfTest = run.opts.inputTest;
   std::string folder = platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";
 
   if (!initRenderer(s->renderer, platform::glProcAddress, error)) {
+    // A driver without an entry point is the same story as no 4.3 context:
+    // the user reads what to do first, the missing name after it.
+    if (error.rfind(kErrorNoGlFunction, 0) == 0) error = std::string(kMsgNeedGl43) + "\n\n" + error;
     platform::messageBox(window, kAppTitle, error, true);
     platform::destroyWindow(window);
     return 1;
@@ -315,6 +329,8 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  // After the slow start-up (shaders, atlas), so that its 3 seconds are seen.
+  if (!run.startMessage.empty() && !s->unattended) showMessage(*s, run.startMessage);
   run.start = platform::now();
   runLoop(*s, run);
 
