@@ -86,7 +86,6 @@ struct AppState {
     double phase = 0;
   } paletteAnim;
   int fitCountdown = 0;              // frames of fitting to the frame still allowed
-  uint32_t fitAfterSequence = 2;     // while rotating: the first renderer sweep a fit may measure
   bool focusLocked = false;          // a pick leaves the focus distance alone
   std::mt19937 rng{std::random_device{}()};  // mutation and crossbreeding
 

@@ -50,7 +50,13 @@ FrameInput beginFrame(AppState& s) {
       case TurnBack::None: break;
     }
   }
+  // While a fit is pending the auto-rotation waits: the fit needs a still
+  // picture (moving frames trace fast rays that miss thin parts, so their
+  // depths under-read the silhouette), and rotation never rests on its own.
+  const double rotation = s.camera.rotationSpeed;
+  if (s.fitCountdown > 0) s.camera.rotationSpeed = 0;
   bool moving = cameraUpdate(s.camera, dt);
+  s.camera.rotationSpeed = rotation;
   if (moving) {
     s.cameraWasMoving = true;
   } else if (s.cameraWasMoving) {
@@ -68,20 +74,9 @@ bool finishFrame(AppState& s, const FrameInput& in, bool more) {
     s.afterFrame = nullptr;
     job(s);
   }
-  // The fit measures a traced picture of a camera at rest, or of one that
-  // only turns: the auto-rotation never rests, but the distance the fit
-  // corrects does. A picture counts once a whole sweep of rows has been
-  // traced after the distance arrived (the renderer's sequence advances with
-  // every sweep, bands and motion included).
-  // The sweep must start after the fit was asked for (a new record resets
-  // the picture) and after the distance arrived, hence two sweeps ahead.
-  const bool onlyTurning = restingButForRotation(s.camera);
-  const bool still = !in.cameraMoving && renderStatus(s.renderer).samples > 0;
-  const bool turning = onlyTurning && s.renderer.sequence >= s.fitAfterSequence;
-  bool measured = false;
-  if (s.fitCountdown > 0 && (still || turning))
-    measured = fitStep(s.fitCountdown, s.camera, pictureOf(s), depthReaderOf(s));
-  if (s.fitCountdown == 0 || !onlyTurning || measured) s.fitAfterSequence = s.renderer.sequence + 2;
+  // The fit measures a traced picture of a camera at rest.
+  if (s.fitCountdown > 0 && !in.cameraMoving && renderStatus(s.renderer).samples > 0)
+    fitStep(s.fitCountdown, s.camera, pictureOf(s), depthReaderOf(s));
   std::string message = takeShaderMessage(s.renderer);
   if (!message.empty()) {
     showMessage(s, message);

@@ -115,11 +115,3 @@ bool cameraUpdate(Camera& c, double dt) {
   moved |= ease(c.logDist, c.goalLogDist, 0.000002, k);
   return moved;
 }
-
-bool restingButForRotation(const Camera& c) {
-  if (c.rotationSpeed == 0 || c.flying) return false;
-  // ease() lands on the goal exactly, so equality is the resting test.
-  for (int i = 0; i < 3; ++i)
-    if (c.target[i] != c.goalTarget[i]) return false;
-  return c.pitch == c.goalPitch && c.logDist == c.goalLogDist;
-}

@@ -57,11 +57,6 @@ double wrapDegreesNear(double angle, double ref);
 // renderer's camera, picking and panning all use this one.
 double tanHalfFov(double fovDegrees);
 
-// The shown camera has reached its goal in everything but the yaw that the
-// automatic rotation keeps moving: a picture traced now shows the distance
-// and the centre it will keep. False while flying or not rotating.
-bool restingButForRotation(const Camera& c);
-
 // One frame: automatic rotation (not while flying), flight movement, then
 // smoothing of the shown values towards the goal. Returns whether the shown
 // camera moved.
