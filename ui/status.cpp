@@ -118,8 +118,12 @@ std::vector<Fragment> fragments(const StatusInfo& st) {
   char size[64], iterations[64];
   std::snprintf(size, sizeof size, "%d×%d", st.renderWidth, st.renderHeight);
   std::snprintf(iterations, sizeof iterations, "итераций %d", st.iterations);
-  std::vector<Fragment> f = {{zoomText(st.zoom), 3}, {speedText(st.fps), 1}, {samplesText(st), 2},
-                             {size, 0}, {iterations, 4}};
+  std::vector<Fragment> f = {{zoomText(st.zoom), 3}};
+  // No rate before the first sample is complete: there is nothing to time.
+  if (st.fps > 0) f.push_back({speedText(st.fps), 1});
+  f.push_back({samplesText(st), 2});
+  f.push_back({size, 0});
+  f.push_back({iterations, 4});
   std::string precision = precisionText(st);
   if (!precision.empty()) f.push_back({precision.substr(std::string(" · ").size()), 5});
   return f;

@@ -14,7 +14,7 @@ struct StatusInfo {
   bool interfaceShown = true;     // false after H: no fragments, pill centred on the whole width
   int samples = 0, targetSamples = 0;
   bool done = false;              // the target is reached
-  double fps = 0;
+  double fps = 0;                 // 0 until the first sample is complete
   int renderWidth = 0, renderHeight = 0, iterations = 0;
   double zoom = 1;                // the type's default distance / the current distance
   bool deep = false;              // fp64 in use

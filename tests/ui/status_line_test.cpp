@@ -46,6 +46,11 @@ TEST(StatusLine, NarrowWindowsDropTheLeastUsedFragmentsFirst) {
   EXPECT_EQ(statusLineWithin(st, bytes(last) - 1, bytes), "fp64, предел точности");
   EXPECT_EQ(statusLineWithin(st, 0, bytes), "fp64, предел точности");
 
+  // Before the first sample is complete there is no speed to show.
+  StatusInfo first = st;
+  first.fps = 0;
+  EXPECT_EQ(statusLine(first), "зум ×2.5e+04 · 3/256 сэмплов · 1280×720 · итераций 41 · fp64, предел точности");
+
   // Without an fp64 note the iterations are the last fragment.
   StatusInfo plain = st;
   plain.deep = false;
