@@ -40,7 +40,7 @@ void showMessage(AppState& s, const std::string& text) {
   s.toastText = text;
   s.toastUntil = platform::now() + 3.0;
   s.redraw = true;
-  if (s.unattended) std::fprintf(stderr, "%s\n", text.c_str());
+  if (s.unattended && !s.selfTest) std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 int panelLeftEdge(const AppState& s, int clientWidth) {
@@ -127,7 +127,8 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.params = s.live.on ? &s.liveShown : &s.params;
   in.camera = cameraViewOf(s.camera, s.params.fov);
   in.cameraMoving = moving;
-  in.animating = s.live.on || s.dive.on;
+  in.animating = s.live.on || s.dive.on || s.paletteAnim.on;
+  in.palettePhase = s.paletteAnim.phase;
   in.diveActive = s.dive.on;
   in.deepForced = s.deepForced;
   in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;

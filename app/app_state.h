@@ -14,6 +14,7 @@
 #include "render/renderer.h"
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -77,6 +78,13 @@ struct AppState {
   DiveState dive;
   LiveState live;
   FractalParams liveShown;           // while live: the morphed copy frameInputOf hands the renderer
+  // The palette scrolling through the colours ("Цвет" tab): a display
+  // effect, never part of the record.
+  struct PaletteAnimation {
+    bool on = false;
+    double speed = 0.05;             // palette lengths per second
+    double phase = 0;
+  } paletteAnim;
   int fitCountdown = 0;              // frames of fitting to the frame still allowed
   bool focusLocked = false;          // a pick leaves the focus distance alone
   std::mt19937 rng{std::random_device{}()};  // mutation and crossbreeding
@@ -91,10 +99,14 @@ struct AppState {
   bool helpShown = false;            // the help overlay (F1, "/")
   double dpiScale = 1;
   bool unattended = false;           // shot, input test, screen saver: messages also go to stderr
+  bool selfTest = false;             // --input-test: its log is its only output
   bool redraw = false;               // something changed: draw the next frame at once
   bool quitRequested = false;        // the screen saver ends, or a photo's close asked to quit
   bool saverInHost = false;          // the screen saver draws into a host's window (host owns input)
   bool photoRunning = false;         // a photo render holds the loop
+  // Work a panel button asked for that must not run inside the interface's
+  // frame (a photo redraws the window while it runs); done once the frame is drawn.
+  std::function<void(AppState&)> afterFrame;
 };
 
 // The record with the live camera pose, as history and shots store it.

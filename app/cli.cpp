@@ -7,6 +7,7 @@
 #include "io/preset.h"
 #include "model/ranges.h"
 #include "model/seed.h"
+#include "model/tables.h"
 
 #include <clocale>
 #include <cmath>
@@ -210,6 +211,14 @@ LaunchOptions parseCommandLine(const std::vector<std::string>& args) {
     else if (!arg.empty() && arg[0] == '-') problem(c, "неизвестный параметр: " + arg);
     else if (o.file.empty()) o.file = arg;
     else problem(c, "лишний аргумент: " + arg + " (файл уже задан: " + o.file + ")");
+  }
+  // Type keys are lower case; "Mandelbox" means mandelbox. An unknown key
+  // keeps the seed generator's fallback, which the user is told about.
+  if (!o.type.empty()) {
+    o.type = lowerAscii(o.type);
+    const int row = typeIndex(o.type);
+    if (fractalTypes()[size_t(row)].key != o.type)
+      o.warnings.push_back("неизвестный тип фрактала «" + o.type + "»: взят " + fractalTypes()[size_t(row)].key);
   }
   // A script that asked for a file must not get a different one; an
   // interactive start (a screen-saver host may pass switches of its own)

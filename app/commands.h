@@ -65,14 +65,22 @@ void savePresetFlow(AppState& s);
 void openFileFlow(AppState& s);
 // The in-app path field's ways in when no dialog exists. Both show their
 // message; they return whether they succeeded.
+// A leading "~" or "~/" stands for the home folder.
 bool savePresetTo(AppState& s, const std::string& path);
 bool openPath(AppState& s, const std::string& path);
+// "~" and "~/…" as the home folder (empty `home`: the text as typed).
+std::string expandHome(const std::string& typed, const std::string& home);
 // "Скрестить…": a second preset or PNG is chosen and loaded without being
 // applied; the offspring becomes current and is framed.
 void crossbreedFlow(AppState& s);
+// The same with a typed path; false (and the load's message) when it fails.
+bool crossbreedWith(AppState& s, const std::string& path);
 // P and the Render tab: a save dialog, then the tiled render at w×h with
 // `samples` samples, written as a PNG with the preset inside.
 void photoFlow(AppState& s, int w, int h, int samples);
+// The photo into a typed path (".png" added when it has no extension), with
+// the same messages; false when cancelled or not written.
+bool photoTo(AppState& s, const std::string& path, int w, int h, int samples);
 // The photo without its dialog: false when cancelled (Esc or the window's
 // close); true otherwise, with `problem` set when the file was not written.
 bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem);

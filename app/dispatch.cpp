@@ -31,6 +31,13 @@ int clientHeight(const AppState& s) {
   return h;
 }
 
+// The pan step's picture height: the render height at rest (the
+// accumulation's), so that a drag does not speed up when the moving frames
+// drop resolution; the client's before the first frame.
+double panHeight(const AppState& s) {
+  return s.renderer.accumA.height > 0 ? s.renderer.accumA.height : clientHeight(s);
+}
+
 bool isFlightKey(int32_t key) {
   switch (key) {
     case 'w': case 'a': case 's': case 'd': case 'q': case 'e':
@@ -88,6 +95,7 @@ void onPlainKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
 // Held flight keys, the per-frame key fields, paste, shortcuts.
 void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat) {
   s.input.shiftHeld = (mods & platform::kModShift) != 0;
+  if (key == platform::kKeyUnknown) return;  // a key without a binding of any kind
   if (s.camera.flying && isFlightKey(key) && !textFieldFocused(s)) {
     if (down) s.camera.heldKeys.insert(key);
     else s.camera.heldKeys.erase(key);
@@ -202,7 +210,7 @@ void onMouseMove(AppState& s, const platform::InputEvent& e) {
   s.input.mouseY = float(e.y);
   if (!s.input.dragging) return;
   if (s.input.dragMode == 1) orbitDrag(s.camera, dx, dy);
-  else panDrag(s.camera, dx, dy, s.params.fov, clientHeight(s));
+  else panDrag(s.camera, dx, dy, s.params.fov, panHeight(s));
 }
 
 void onWheel(AppState& s, const platform::InputEvent& e) {

@@ -8,6 +8,7 @@
 //   [SECTION] Crossbreeding
 //   [SECTION] Photo
 #include "app/commands.h"
+#include "app/interface.h"
 
 #include "io/files.h"
 #include "io/png_chunk.h"
@@ -17,6 +18,7 @@
 #include "nav/fit.h"
 #include "platform/platform.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -29,39 +31,65 @@ const std::vector<platform::FileFilter> kPresetFilter = {{"Пресет Quorvan 
 const std::vector<platform::FileFilter> kOpenFilter = {{"Пресет или PNG Quorvan Telix", {"*.json", "*.png"}}};
 const std::vector<platform::FileFilter> kPngFilter = {{"PNG (*.png)", {"*.png"}}};
 
+// Dialogs open where the last one was answered, while that folder exists;
+// else in the pictures folder.
+std::string startFolder(const AppState& s) {
+  std::error_code ec;
+  const std::string& last = s.settings.lastFolder;
+  if (!last.empty() && std::filesystem::is_directory(std::filesystem::path(last), ec)) return last;
+  return platform::picturesFolder();
+}
+
+void rememberFolder(AppState& s, const std::string& chosen) {
+  std::string folder = std::filesystem::path(chosen).parent_path().string();
+  if (!folder.empty()) s.settings.lastFolder = folder;
+}
+
 // The dialog's answer as a path; empty when cancelled or unavailable (then
 // the message saying how to go on has been shown).
 std::string askSave(AppState& s, const std::string& title, const std::vector<platform::FileFilter>& filters,
                     const std::string& proposed, const std::string& extension) {
   std::string path;
-  auto r = platform::saveFileDialog(s.window, title, filters, platform::picturesFolder(), proposed, path);
+  auto r = platform::saveFileDialog(s.window, title, filters, startFolder(s), proposed, path);
   s.redraw = true;
   if (r == platform::DialogResult::Unavailable) showMessage(s, kMsgNoSaveDialog);
   if (r != platform::DialogResult::Chosen || path.empty()) return {};
+  rememberFolder(s, path);
   if (std::filesystem::path(path).extension().empty()) path += extension;
   return path;
 }
 
 std::string askOpen(AppState& s, const std::string& title) {
   std::string path;
-  auto r = platform::openFileDialog(s.window, title, kOpenFilter, platform::picturesFolder(), path);
+  auto r = platform::openFileDialog(s.window, title, kOpenFilter, startFolder(s), path);
   s.redraw = true;
   if (r == platform::DialogResult::Unavailable) showMessage(s, kMsgNoOpenDialog);
-  return r == platform::DialogResult::Chosen ? path : std::string();
+  if (r != platform::DialogResult::Chosen) return {};
+  rememberFolder(s, path);
+  return path;
 }
 
 }  // namespace
 
+std::string expandHome(const std::string& typed, const std::string& home) {
+  if (home.empty() || typed.empty() || typed[0] != '~') return typed;
+  if (typed.size() == 1) return home;
+  if (typed[1] == '/' || typed[1] == '\\') return home + typed.substr(1);
+  return typed;  // "~name" is another user's home: left as typed
+}
+
 // [SECTION] Presets
 
-bool savePresetTo(AppState& s, const std::string& path) {
+bool savePresetTo(AppState& s, const std::string& typed) {
+  const std::string path = expandHome(typed, platform::homeFolder());
   // The stored record with the camera's pose: never the live morph.
   bool ok = !path.empty() && savePresetFile(path, liveParams(s));
   showMessage(s, ok ? kMsgPresetSaved : kMsgPresetNotSaved);
   return ok;
 }
 
-bool openPath(AppState& s, const std::string& path) {
+bool openPath(AppState& s, const std::string& typed) {
+  const std::string path = expandHome(typed, platform::homeFolder());
   std::string message = loadAndApply(s, path);
   showMessage(s, message);
   s.redraw = true;
@@ -82,12 +110,16 @@ void openFileFlow(AppState& s) {
 
 void crossbreedFlow(AppState& s) {
   std::string path = askOpen(s, "Скрестить с…");
-  if (path.empty()) return;
+  if (!path.empty()) crossbreedWith(s, path);
+}
+
+bool crossbreedWith(AppState& s, const std::string& typed) {
+  const std::string path = expandHome(typed, platform::homeFolder());
   FractalParams other;
   std::string message;
   if (!loadPresetFile(path, other, message)) {
     showMessage(s, message);
-    return;
+    return false;
   }
   FractalParams child = crossbreed(liveParams(s), other, s.rng);
   std::string ignored;
@@ -95,6 +127,7 @@ void crossbreedFlow(AppState& s) {
   addRecentSeed(s.history, s.params.seed, s.params.type);
   s.fitCountdown = kFitSteps;
   showMessage(s, "Потомок: " + s.params.seed);
+  return true;
 }
 
 // [SECTION] Photo
@@ -104,14 +137,35 @@ namespace {
 // Between tiles: the title shows the progress, Esc cancels, and closing the
 // window cancels too and then ends the program (the render never leaves a
 // half-written file: nothing is written until the last tile).
-bool photoProgress(AppState& s, double fraction, double secondsLeft) {
+// The window shows the last picture with the progress in the message pill,
+// in fullscreen too, where the title is hidden. On a slow renderer the
+// composite costs as much as a few tiles, so it is redrawn at most four
+// times a second.
+constexpr double kPhotoRedrawSeconds = 0.25;
+
+std::string photoPillText(double fraction, double secondsLeft) {
+  char text[160];
+  std::snprintf(text, sizeof text, "Рендер %d%% · осталось ~%d с · Esc — отмена", int(fraction * 100),
+                int(std::lround(secondsLeft)));
+  return text;
+}
+
+bool photoProgress(AppState& s, double fraction, double secondsLeft, double& shownAt) {
   char title[160];
   std::snprintf(title, sizeof title, "Quorvan Telix 3D — рендер %d%%, осталось ~%d с (Esc — отмена)",
                 int(fraction * 100), int(std::lround(secondsLeft)));
   platform::setTitle(s.window, title);
+  const double t = platform::now();
+  if (t - shownAt >= kPhotoRedrawSeconds) {
+    showPhotoProgress(s, photoPillText(fraction, secondsLeft));
+    shownAt = t;
+  }
   bool go = true;
   for (const auto& e : platform::pollEvents(s.window)) {
     if (e.type == platform::EventType::KeyDown && e.key == platform::kKeyEscape) go = false;
+    // The pointer's place is kept, so the panel is not left hovering where
+    // the render started.
+    if (e.type == platform::EventType::MouseMove) s.input.mouseX = float(e.x), s.input.mouseY = float(e.y);
     if (e.type == platform::EventType::Close) {
       s.quitRequested = true;
       go = false;
@@ -126,8 +180,11 @@ bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples,
   std::vector<uint8_t> pixels;
   s.photoRunning = true;
   FrameInput in = frameInputOf(s, platform::now(), false);
-  bool done = renderPhoto(s.renderer, w, h, samples, in, pixels,
-                          [&s](double f, double left) { return photoProgress(s, f, left); });
+  showPhotoProgress(s, "Рендер 0% · Esc — отмена");
+  double shownAt = platform::now();
+  bool done = renderPhoto(s.renderer, w, h, samples, in, pixels, [&s, &shownAt](double f, double left) {
+    return photoProgress(s, f, left, shownAt);
+  });
   s.photoRunning = false;
   platform::setTitle(s.window, kAppTitle);
   if (!done) return false;
@@ -143,9 +200,22 @@ void photoFlow(AppState& s, int w, int h, int samples) {
   if (w < 1 || h < 1 || samples < 1) return;
   std::string path = askSave(s, "Сохранить снимок PNG", kPngFilter,
                              "fractal_" + safeFileName(s.params.seed) + ".png", ".png");
-  if (path.empty()) return;
+  if (!path.empty()) photoTo(s, path, w, h, samples);
+}
+
+bool photoTo(AppState& s, const std::string& typed, int w, int h, int samples) {
+  std::string path = expandHome(typed, platform::homeFolder());
+  if (path.empty() || w < 1 || h < 1 || samples < 1) {
+    showMessage(s, "Ошибка: не задан файл снимка");
+    return false;
+  }
+  // Never a PNG under another name: "~/a.json" would overwrite a preset.
+  std::string extension = std::filesystem::path(path).extension().string();
+  for (char& c : extension) c = char(std::tolower(static_cast<unsigned char>(c)));
+  if (extension != ".png") path += ".png";
   std::string problem;
   if (!writePhoto(s, path, w, h, samples, problem)) showMessage(s, kMsgPhotoCancelled);
   else if (!problem.empty()) showMessage(s, "Ошибка: " + problem);
   else showMessage(s, "PNG сохранён: " + path + " " + std::to_string(w) + "×" + std::to_string(h));
+  return problem.empty();
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -37,8 +38,25 @@ FrameInput beginFrame(AppState& s) {
   double rawDt = s.lastFrameTime < 0 ? 1.0 / 60 : now - s.lastFrameTime;
   double dt = std::clamp(rawDt, 0.0001, 0.1);
   s.lastFrameTime = now;
-  if (s.dive.on) diveStep(s.dive, s.camera, diveContext(s, dt, now));
+  if (s.dive.on) {
+    diveStep(s.dive, s.camera, diveContext(s, dt, now));
+    using TurnBack = DiveState::TurnBack;
+    // The screen saver shows no messages: it only dives.
+    TurnBack why = std::exchange(s.dive.turnedBack, TurnBack::None);
+    switch (s.screensaverMode ? TurnBack::None : why) {
+      case TurnBack::FloorFloat: showMessage(s, kMsgDiveFloorFloat); break;
+      case TurnBack::FloorDouble: showMessage(s, kMsgDiveFloorDouble); break;
+      case TurnBack::NoDeeperPoint: showMessage(s, kMsgDiveNoDeeper); break;
+      case TurnBack::None: break;
+    }
+  }
+  // While a fit is pending the auto-rotation waits: the fit needs a still
+  // picture (moving frames trace fast rays that miss thin parts, so their
+  // depths under-read the silhouette), and rotation never rests on its own.
+  const double rotation = s.camera.rotationSpeed;
+  if (s.fitCountdown > 0) s.camera.rotationSpeed = 0;
   bool moving = cameraUpdate(s.camera, dt);
+  s.camera.rotationSpeed = rotation;
   if (moving) {
     s.cameraWasMoving = true;
   } else if (s.cameraWasMoving) {
@@ -46,10 +64,16 @@ FrameInput beginFrame(AppState& s) {
     pushState(s);
   }
   if (s.live.on) liveAdvance(s.live, rawDt);
+  if (s.paletteAnim.on) s.paletteAnim.phase = std::fmod(s.paletteAnim.phase + dt * s.paletteAnim.speed, 2.0);
   return frameInputOf(s, now, moving);
 }
 
 bool finishFrame(AppState& s, const FrameInput& in, bool more) {
+  if (s.afterFrame) {
+    auto job = std::move(s.afterFrame);
+    s.afterFrame = nullptr;
+    job(s);
+  }
   // The fit measures a traced picture of a camera at rest.
   if (s.fitCountdown > 0 && !in.cameraMoving && renderStatus(s.renderer).samples > 0)
     fitStep(s.fitCountdown, s.camera, pictureOf(s), depthReaderOf(s));

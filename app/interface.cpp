@@ -67,3 +67,21 @@ void drawInterface(AppState& s, int width, int height, uint32_t fbo) {
   drawStatus(ui, statusInfo(s, width, height, platform::now()));
   flushUi(ui, width, height, fbo);
 }
+
+void showPhotoProgress(AppState& s, const std::string& text) {
+  int w = 0, h = 0;
+  platform::drawableSize(s.window, w, h);
+  if (w <= 0 || h <= 0) return;
+  const uint32_t fbo = platform::defaultFramebuffer(s.window);
+  presentPicture(s.renderer, fbo, w, h);
+  // The pill is the message line's. The panel is drawn as it stands, with
+  // no press and nothing hovered (no tooltip over the pill).
+  s.toastText = text;
+  s.toastUntil = platform::now() + 3.0;
+  clearFrameInput(s.input);
+  const float x = s.input.mouseX, y = s.input.mouseY;
+  s.input.mouseX = s.input.mouseY = -1;
+  drawInterface(s, w, h, fbo);
+  s.input.mouseX = x, s.input.mouseY = y;
+  platform::swapBuffers(s.window);
+}

@@ -20,6 +20,9 @@ bool initInterface(AppState& s, std::string& error);
 // screen-saver mode or before initInterface succeeded.
 void drawInterface(AppState& s, int width, int height, uint32_t fbo);
 void destroyInterface();
+// While a photo renders: the last picture, the interface and `text` in the
+// message pill, swapped to the screen at once.
+void showPhotoProgress(AppState& s, const std::string& text);
 
 // What the status line and the message pill show, from the record.
 StatusInfo statusInfo(const AppState& s, int width, int height, double now);

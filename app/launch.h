@@ -41,6 +41,8 @@ struct LaunchOptions {
   // One Russian line per option that could not be taken (unknown, missing
   // or malformed value, out of range); the option keeps its default.
   std::vector<std::string> problems;
+  // Lines that only inform, whatever the run (an unknown --type falls back).
+  std::vector<std::string> warnings;
   // The first problem when the run is unattended (shot, print, self-test):
   // such a run stops with it as a usage error instead of guessing.
   std::string error;

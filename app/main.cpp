@@ -59,6 +59,7 @@ struct Run {
   InputTestState test;
   double lastProgress = 0;    // shot: when progress was last reported
   uint64_t hostWindow = 0;    // screen saver drawing into its host's window
+  std::string startMessage;   // shown in the window once the first frame can draw it
 
   bool shot() const { return !opts.shot.empty(); }
   bool thumbnail() const { return !opts.thumbnail.empty(); }
@@ -77,6 +78,7 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
     return true;
   }
   for (const std::string& line : o.problems) std::fprintf(stderr, "предупреждение: %s\n", line.c_str());
+  for (const std::string& line : o.warnings) std::fprintf(stderr, "предупреждение: %s\n", line.c_str());
   if (o.help) std::fputs(usageText().c_str(), stdout);
   else if (o.version) std::printf("%s\n", versionText().c_str());
   else if (o.printPreset) {
@@ -140,8 +142,12 @@ void loadStartingState(AppState& s, Run& run) {
   if (!o.file.empty()) {
     FractalParams p;
     std::string message;
-    if (loadPresetFile(o.file, p, message)) s.params = p;
-    else std::fprintf(stderr, "%s\n", message.c_str());
+    if (loadPresetFile(o.file, p, message)) {
+      s.params = p;
+    } else {
+      std::fprintf(stderr, "%s\n", message.c_str());
+      run.startMessage = message;
+    }
   }
   setCameraFromParams(s.camera, s.params);
   pushState(s);
@@ -244,6 +250,10 @@ void shotStep(AppState& s, Run& run, double now) {
     if (!run.thumbnail()) reportShotProgress(run, st, now);
     return;
   }
+  // A run that reported its progress ends its report at the end, not at the
+  // last few-second mark.
+  if (converged && run.lastProgress > 0)
+    std::fprintf(stderr, "рендер 100%% (%d/%d сэмплов)\n", st.samples, st.targetSamples);
   std::string problem;
   bool written = run.thumbnail() ? writeThumbnail(s, o.thumbnail, problem) : takeShot(s, o.shot, converged, problem);
   if (!written) {
@@ -308,12 +318,16 @@ int runProgram(Run& run) {
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
   s->unattended = run.scripted() || s->screensaverMode;
+  s->selfTest = run.opts.inputTest;
   // A thumbnail is the file's alone: the user's settings neither shape it
   // nor get a folder made for them in the file manager's sandbox.
   std::string folder = run.thumbnail() ? std::string() : platform::settingsFolder();
   if (!folder.empty()) run.statePath = folder + "/state.json";
 
   if (!initRenderer(s->renderer, platform::glProcAddress, error)) {
+    // A driver without an entry point is the same story as no 4.3 context:
+    // the user reads what to do first, the missing name after it.
+    if (error.rfind(kErrorNoGlFunction, 0) == 0) error = std::string(kMsgNeedGl43) + "\n\n" + error;
     platform::messageBox(window, kAppTitle, error, true);
     platform::destroyWindow(window);
     return 1;
@@ -332,6 +346,8 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  // After the slow start-up (shaders, atlas), so that its 3 seconds are seen.
+  if (!run.startMessage.empty() && !s->unattended) showMessage(*s, run.startMessage);
   run.start = platform::now();
   runLoop(*s, run);
 

@@ -108,16 +108,8 @@ void colour(AppState& s, WidgetState& w, const std::string& text, std::string& v
 
 // [SECTION] Tab "Создать"
 
-void tabCreate(AppState& s, WidgetState& w) {
-  std::string seed = s.params.seed;
-  if (textField(w, "Сид", seed, "любой текст") == Edit::Finished) applySeed(s, seed);
-  if (button(w, "Случайный", "R; с Shift — и случайный тип")) randomSeed(s, w.in.shiftHeld);
-  if (button(w, "Мутант", "N")) mutateCurrent(s);
-  double strength = s.settings.mutation;
-  if (slider(w, "Сила мутаций", strength, {0, 1, 2, "", false, nullptr}) != Edit::None)
-    s.settings.mutation = strength;
-  if (button(w, "Скрестить…", "второй пресет или PNG; потомок станет текущим")) crossbreedFlow(s);
-  gap(w, 6);
+// "Недавние сиды", in the "Создать" and "Архив" tabs.
+void recentSeeds(AppState& s, WidgetState& w) {
   label(w, "Недавние сиды", true);
   if (s.history.recent.empty()) label(w, "пока пусто");
   // Applied after the loop: applying one reorders the list.
@@ -131,6 +123,19 @@ void tabCreate(AppState& s, WidgetState& w) {
     s.params.type = chosenType->key;
     applySeed(s, chosenSeed);
   }
+}
+
+void tabCreate(AppState& s, WidgetState& w) {
+  std::string seed = s.params.seed;
+  if (textField(w, "Сид", seed, "любой текст") == Edit::Finished) applySeed(s, seed);
+  if (button(w, "Случайный", "R; с Shift — и случайный тип")) randomSeed(s, w.in.shiftHeld);
+  if (button(w, "Мутант", "N")) mutateCurrent(s);
+  double strength = s.settings.mutation;
+  if (slider(w, "Сила мутаций", strength, {0, 1, 2, "", false, nullptr}) != Edit::None)
+    s.settings.mutation = strength;
+  if (button(w, "Скрестить…", "второй пресет или PNG; потомок станет текущим")) crossbreedFlow(s);
+  gap(w, 6);
+  recentSeeds(s, w);
 }
 
 // [SECTION] Tab "Форма"
@@ -232,6 +237,12 @@ void tabColour(AppState& s, WidgetState& w) {
   }
   recordSlider(s, w, "Сдвиг палитры", p.colShift, {0, 1, 3, "", false, nullptr});
   recordSlider(s, w, "Частота цвета", p.colScale, {0.2, 4, 2, "", false, nullptr});
+  // A display effect like live mode: the record keeps its colours, and
+  // switching off shows them as stored again.
+  if (toggle(w, "Анимация палитры", s.paletteAnim.on, "цвета бегут по форме") && !s.paletteAnim.on)
+    s.paletteAnim.phase = 0;
+  if (s.paletteAnim.on)
+    slider(w, "Скорость анимации", s.paletteAnim.speed, {0.01, 1, 2, "", true, nullptr}, "длин палитры в секунду");
   if (section(w, "Свет", ps.lightOpen)) {
     recordSlider(s, w, "Азимут", p.lightYaw, {0, 360, 0, "°", false, nullptr});
     recordSlider(s, w, "Высота", p.lightPitch, {-10, 90, 0, "°", false, nullptr});
@@ -258,6 +269,7 @@ void tabColour(AppState& s, WidgetState& w) {
 
 void tabMotion(AppState& s, WidgetState& w) {
   PanelState& ps = s.panel;
+  label(w, "Полёт", true);
   double rot = s.camera.rotationSpeed;
   if (slider(w, "Вращение °/с", rot, {-60, 60, 0, "", false, nullptr}, "Пробел") != Edit::None)
     s.camera.rotationSpeed = rot;
@@ -266,18 +278,24 @@ void tabMotion(AppState& s, WidgetState& w) {
   double speed = s.camera.flightSpeed;
   if (slider(w, "Скорость полёта", speed, {0.02, 20, 2, "×", true, nullptr}) != Edit::None)
     s.camera.flightSpeed = speed;
+  if (button(w, "Вписать в кадр")) requestFit(s);
+  if (button(w, "Вернуть камеру", "C")) returnCamera(s);
+  gap(w, 4);
+  label(w, "Погружение", true);
   bool diving = s.dive.on;
   if (toggle(w, "Погружение", diving, "V")) toggleDive(s);
   double dive = s.settings.diveSpeed;
   if (slider(w, "Скорость", dive, {0.05, 2, 2, "", false, nullptr}) != Edit::None) s.settings.diveSpeed = dive;
   toggle(w, "Новый сид после всплытия", s.dive.newSeedAfterSurfacing);
   if (s.dive.newSeedAfterSurfacing) toggle(w, "и случайный тип", s.dive.randomType);
+  gap(w, 4);
+  label(w, "Живой режим", true);
   bool live = s.live.on;
   if (toggle(w, "Живой режим", live, "L")) toggleLive(s);
+  label(w, "Форма, складки и цвет медленно перетекают. L.");
   slider(w, "Сила живого режима", s.live.amount, {0, 1.5, 2, "", false, nullptr});
   slider(w, "Темп живого режима", s.live.speed, {0.1, 4, 2, "×", false, nullptr});
-  if (button(w, "Вписать в кадр")) requestFit(s);
-  if (button(w, "Вернуть камеру", "C")) returnCamera(s);
+  gap(w, 4);
   if (!section(w, "Объектив", ps.lensOpen)) return;
   recordSlider(s, w, "Поле зрения", s.params.fov, {20, 120, 0, "°", false, nullptr});
   recordSlider(s, w, "Диафрагма", s.params.aperture, {0, 0.2, 3, "", false, nullptr});
@@ -300,8 +318,18 @@ constexpr int kPhotoSamples[] = {32, 64, 128, 256, 512, 1024};
 const char* const kPhotoSampleLabels[] = {"32 сэмпла",   "64 сэмпла",   "128 сэмплов",
                                           "256 сэмплов", "512 сэмплов", "1024 сэмпла"};
 
+struct PhotoChoice {
+  int w, h, samples;
+};
+
+// The Render tab's size and samples; "Как на экране" is the client's size.
+PhotoChoice photoChoice(const AppSettings& q, int width, int height) {
+  const PhotoSize& size = kPhotoSizes[std::clamp(int(q.photoSize), 0, int(std::size(kPhotoSizes)) - 1)];
+  int samples = kPhotoSamples[std::clamp(int(q.photoSamples), 0, int(std::size(kPhotoSamples)) - 1)];
+  return {size.w ? size.w : width, size.w ? size.h : height, samples};
+}
+
 void tabRender(AppState& s, WidgetState& w, int width, int height) {
-  PanelState& ps = s.panel;
   AppSettings& q = s.settings;
   recordSlider(s, w, "Разрешение", q.resScale, {0, 2, 2, "×", false, "авто"}, "0 — подбирается само");
   intSlider(s, w, "Сэмплов", q.samples, {1, 4096, 0, "", true, nullptr});
@@ -330,17 +358,19 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
     return v;
   }();
   static const std::vector<std::string> samples(std::begin(kPhotoSampleLabels), std::end(kPhotoSampleLabels));
-  pills(w, sizes, ps.photoSize, 2);
-  pills(w, samples, ps.photoSamples, 3);
+  // Remembered in the settings file, like the quality choices above.
+  int size = q.photoSize, count = q.photoSamples;
+  if (pills(w, sizes, size, 2)) q.photoSize = size;
+  if (pills(w, samples, count, 3)) q.photoSamples = count;
   if (button(w, "Сделать снимок PNG", "P")) {
-    const PhotoSize& size = kPhotoSizes[ps.photoSize];
-    photoFlow(s, size.w ? size.w : width, size.w ? size.h : height, kPhotoSamples[ps.photoSamples]);
+    PhotoChoice c = photoChoice(s.settings, width, height);
+    s.afterFrame = [c](AppState& st) { photoFlow(st, c.w, c.h, c.samples); };
   }
 }
 
 // [SECTION] Tab "Архив"
 
-void tabArchive(AppState& s, WidgetState& w) {
+void tabArchive(AppState& s, WidgetState& w, int width, int height) {
   PanelState& ps = s.panel;
   if (button(w, "Сохранить", "Ctrl+S")) savePresetFlow(s);
   if (button(w, "Открыть", "Ctrl+O")) openFileFlow(s);
@@ -348,9 +378,24 @@ void tabArchive(AppState& s, WidgetState& w) {
   if (button(w, "Повторить", "Ctrl+Y, Ctrl+Shift+Z")) redo(s);
   gap(w, 6);
   label(w, "Без окна выбора файла", true);
+  // A press on one of the field's buttons ends its edit; the button acts on
+  // what was typed, Enter or not.
+  const bool editEnded = w.focusLostTo == "tx:Путь к файлу";
+  const std::string typed = editEnded ? editText(w.edit) : std::string();
   textField(w, "Путь к файлу", ps.pathText, "~/fractal.json или .png");
-  if (button(w, "Сохранить в этот файл")) savePresetTo(s, ps.pathText);
-  if (button(w, "Открыть этот файл")) openPath(s, ps.pathText);
+  auto path = [&]() -> const std::string& {
+    if (editEnded) ps.pathText = typed;
+    return ps.pathText;
+  };
+  if (button(w, "Сохранить в этот файл")) savePresetTo(s, path());
+  if (button(w, "Открыть этот файл")) openPath(s, path());
+  if (button(w, "Скрестить с этим файлом", "потомок текущего фрактала и этого файла")) crossbreedWith(s, path());
+  if (button(w, "Снимок PNG в этот файл", "размер и сэмплы — как на вкладке «Рендер»")) {
+    PhotoChoice c = photoChoice(s.settings, width, height);
+    s.afterFrame = [c, file = path()](AppState& st) { photoTo(st, file, c.w, c.h, c.samples); };
+  }
+  gap(w, 6);
+  recentSeeds(s, w);
 }
 
 // [SECTION] Panel frame
@@ -396,7 +441,7 @@ void drawTab(AppState& s, WidgetState& w, int width, int height) {
     case 2: tabColour(s, w); break;
     case 3: tabMotion(s, w); break;
     case 4: tabRender(s, w, width, height); break;
-    default: tabArchive(s, w); break;
+    default: tabArchive(s, w, width, height); break;
   }
 }
 

@@ -19,7 +19,6 @@ struct PanelState {
   WidgetState widgets;       // its registry holds what the last frame drew
   bool lightOpen = true, postOpen = true, lensOpen = true, chainOpen = true;
   std::string pathText;      // the "Архив" tab's path field
-  int photoSize = 0, photoSamples = 2;
 };
 
 inline constexpr int kTabCount = 6;

@@ -34,6 +34,8 @@ const QualityMember kQuality[] = {
     {"prepass", nullptr, nullptr, &AppSettings::prepass},
     {"gi", nullptr, nullptr, &AppSettings::gi},
     {"vsync", nullptr, nullptr, &AppSettings::vsync},
+    {"photoSize", nullptr, &AppSettings::photoSize, nullptr},
+    {"photoSamples", nullptr, &AppSettings::photoSamples, nullptr},
 };
 
 // A number from the file, brought into the member's range; one that is not
@@ -52,6 +54,7 @@ void applyQuality(const JsonValue& quality, AppSettings& s) {
     if ((m.asDouble || m.asInt) && v->isNumber()) applyQualityNumber(m, v->number, s);
     if (m.asBool && v->isBool()) s.*m.asBool = v->boolean;
   }
+  s.lastFolder = stringOr(quality, "lastFolder", s.lastFolder);
 }
 
 JsonValue qualityToJson(const AppSettings& s) {
@@ -61,6 +64,7 @@ JsonValue qualityToJson(const AppSettings& s) {
     if (m.asInt) set(q, m.key, JsonValue::makeNumber(s.*m.asInt));
     if (m.asBool) set(q, m.key, JsonValue::makeBool(s.*m.asBool));
   }
+  set(q, "lastFolder", JsonValue::makeString(s.lastFolder));
   return q;
 }
 

@@ -26,6 +26,10 @@ struct AppSettings {
   bool prepass = true;
   bool gi = false;
   bool vsync = true;
+  // Remembered choices beyond the classic fourteen (old files load without them).
+  int32_t photoSize = 0;     // the Render tab's "Размер" pill, 0 = "Как на экране"
+  int32_t photoSamples = 2;  // its samples pill, 2 = "128 сэмплов"
+  std::string lastFolder;    // where the last file dialog was answered
 
   bool operator==(const AppSettings&) const = default;
 };

@@ -65,6 +65,8 @@ const std::vector<ValueRange> kRanges = {
     {"deep", 0, 2, true},
     {"diveSpeed", 0, 100, false},
     {"mutation", 0, 1, false},
+    {"photoSize", 0, 5, true},
+    {"photoSamples", 0, 5, true},
     // Command-line values that are in neither.
     {"tab", 0, 5, true},
     {"dive", 0, 86400, false},

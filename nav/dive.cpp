@@ -46,8 +46,13 @@ void descend(DiveState& d, Camera& c, const DiveContext& ctx) {
   c.goalYaw += 2.5 * ctx.dt;
   retarget(d, c, ctx);
   const double floor = ctx.deepAllowed ? kDiveFloorDouble : kDiveFloorFloat;
-  if (std::exp(c.goalLogDist) < floor || d.failedRetargets > kMaxFailedRetargets)
+  if (std::exp(c.goalLogDist) < floor) {
     d.descending = false;
+    d.turnedBack = ctx.deepAllowed ? DiveState::TurnBack::FloorDouble : DiveState::TurnBack::FloorFloat;
+  } else if (d.failedRetargets > kMaxFailedRetargets) {
+    d.descending = false;
+    d.turnedBack = DiveState::TurnBack::NoDeeperPoint;
+  }
 }
 
 // The best texel of the search box, or false when none hit.

@@ -17,6 +17,10 @@ inline constexpr const char* kMsgDive =
 inline constexpr const char* kMsgFlightHint =
     "Полёт: WASD, Q/E — вниз/вверх, Shift — быстрее, колесо — скорость";
 
+inline constexpr const char* kMsgDiveFloorFloat = "Погружение: предел точности float — камера всплывает";
+inline constexpr const char* kMsgDiveFloorDouble = "Погружение: предел точности fp64 — камера всплывает";
+inline constexpr const char* kMsgDiveNoDeeper = "Погружение: глубже точки не нашлось — камера всплывает";
+
 inline constexpr double kDiveFloorFloat = 4e-5;    // where single precision gives out
 inline constexpr double kDiveFloorDouble = 2e-10;
 inline constexpr double kRetargetInterval = 0.9;   // seconds
@@ -30,6 +34,9 @@ struct DiveState {
   double lastRetargetTime = 0;     // seconds of the monotonic clock
   bool newSeedAfterSurfacing = false;  // "Новый сид после всплытия"
   bool randomType = false;         // with the new seed, a random type too
+  // Why the last descent turned back, for the caller to say once (then it
+  // clears it): the precision floor or no deeper point in view.
+  enum class TurnBack { None, FloorFloat, FloorDouble, NoDeeperPoint } turnedBack = TurnBack::None;
   // Turns and climbs of a fresh approach, and the random dive's type: seeded
   // anew each run, so a screen saver never starts the same way twice.
   std::minstd_rand rng{std::random_device{}()};

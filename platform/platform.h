@@ -125,6 +125,8 @@ double now();
 // Each is created when missing; an empty string when no folder can be had.
 std::string settingsFolder();
 std::string picturesFolder();
+// The user's home folder ("~" in a typed path); empty when unknown.
+std::string homeFolder();
 
 // [SECTION] File dialogs
 

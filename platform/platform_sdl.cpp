@@ -236,7 +236,15 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
     destroyWindow(w);
     return nullptr;
   }
-  if (kind == WindowKind::ScreenSaver) SDL_ShowCursor(SDL_DISABLE);
+  if (kind == WindowKind::ScreenSaver) {
+    SDL_ShowCursor(SDL_DISABLE);
+    // A window manager may map a new window without the focus; the saver
+    // needs the keyboard at once, since any key ends it.
+    if (!w->host) {
+      SDL_RaiseWindow(w->window);
+      SDL_SetWindowInputFocus(w->window);
+    }
+  }
   if (kind != WindowKind::Headless && !w->host) setWindowIcon(w->window);
   if (kind != WindowKind::Headless) SDL_StartTextInput();
   return w;
@@ -518,6 +526,13 @@ bool translateWindowEvent(Window& w, const SDL_WindowEvent& we, InputEvent& e) {
     case SDL_WINDOWEVENT_CLOSE:
       e.type = EventType::Close;
       return true;
+    case SDL_WINDOWEVENT_LEAVE:
+      // The pointer left the window: nothing is under it any more (hover,
+      // tooltips). A drag keeps its own position until the release.
+      if (SDL_GetMouseState(nullptr, nullptr) != 0) return false;
+      e.type = EventType::MouseMove;
+      e.x = e.y = -1;
+      return true;
     case SDL_WINDOWEVENT_FOCUS_LOST:
       // Key-up events of held modifiers go to the other window.
       w.mods = 0;
@@ -534,7 +549,9 @@ bool translateKey(Window& w, const SDL_KeyboardEvent& k, InputEvent& e) {
   e.mods = modsFromSdl(k.keysym.mod);
   e.repeat = k.repeat != 0;
   w.mods = e.mods;
-  return e.key != kKeyUnknown;
+  // A key with no code of ours (Insert, keypad digits, Caps Lock, the system
+  // key) still counts as input: it ends the screen saver.
+  return true;
 }
 
 bool translateMouse(Window& w, const SDL_Event& ev, InputEvent& e) {
@@ -769,14 +786,14 @@ double now() {
 
 // [SECTION] Folders
 
-namespace {
-
 std::string homeFolder() {
   const char* h = std::getenv("HOME");
   if (h && *h == '/') return h;
   if (const passwd* pw = getpwuid(getuid()); pw && pw->pw_dir) return pw->pw_dir;
   return {};
 }
+
+namespace {
 
 // XDG variables count only when absolute; a relative value is to be ignored.
 std::string absoluteEnv(const char* name) {

@@ -214,6 +214,9 @@ Window* createKind(const WindowDesc& d, WindowKind kind, std::string& error) {
   if (w->saver) {
     ShowCursor(FALSE);
     w->cursorHidden = true;
+    // The keyboard must reach the saver at once: any key ends it.
+    SetForegroundWindow(w->hwnd);
+    SetFocus(w->hwnd);
   }
   UpdateWindow(w->hwnd);
   return w;
@@ -457,7 +460,8 @@ void onKey(Window& w, bool down, WPARAM wp, LPARAM lp) {
   e.key = keyFromMessage(wp, lp);
   e.mods = keyMods(lp);
   e.repeat = down && ((lp >> 30) & 1);
-  if (e.key != kKeyUnknown) w.queue.push_back(e);
+  // A key with no code of ours still counts as input (it ends the screen saver).
+  w.queue.push_back(e);
 }
 
 void onButton(Window& w, int button, bool down, int clicks, WPARAM wp, LPARAM lp) {
@@ -779,5 +783,13 @@ std::string knownFolder(REFKNOWNFOLDERID id, const wchar_t* leaf) {
 std::string settingsFolder() { return knownFolder(FOLDERID_RoamingAppData, L"Quorvantelix"); }
 
 std::string picturesFolder() { return knownFolder(FOLDERID_Pictures, L"Quorvan Telix"); }
+
+std::string homeFolder() {
+  wchar_t* base = nullptr;
+  std::string folder;
+  if (SUCCEEDED(SHGetKnownFolderPath(FOLDERID_Profile, 0, nullptr, &base)) && base) folder = win32::narrow(base);
+  CoTaskMemFree(base);
+  return folder;
+}
 
 }  // namespace platform

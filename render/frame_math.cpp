@@ -36,6 +36,15 @@ bool needsBanding(double msPerRow, int renderHeight, double limitMs) {
   return renderHeight * msPerRow > limitMs;
 }
 
+double sampleRate(double previousRate, double lastSample, double sampleStart, double now) {
+  // A quarter second between one sample's end and the next one's start is
+  // a pause (the picture was final, or nothing changed), not rendering time.
+  const bool followed = lastSample >= 0 && sampleStart - lastSample < 0.25;
+  const double from = followed ? lastSample : sampleStart;
+  const double f = 1 / std::max(now - from, 0.0001);
+  return lastSample < 0 ? f : 0.8 * previousRate + 0.2 * f;
+}
+
 double radicalInverse(uint32_t i, uint32_t base) {
   double f = 1, r = 0;
   while (i > 0) {

@@ -32,6 +32,13 @@ int bandRows(double msPerRow, int renderHeight, double bandMs = kBandMs);
 // A whole sample above `limitMs` is drawn in bands.
 bool needsBanding(double msPerRow, int renderHeight, double limitMs = kBandingMs);
 
+// The smoothed sample rate after a sample that began at `sampleStart` and
+// completed at `now`. The previous completion (`lastSample`, below 0 when
+// none) times it when the sample followed it at once; the first sample, and
+// one after an idle pause, is timed from its own start, and the first one
+// also restarts the smoothing.
+double sampleRate(double previousRate, double lastSample, double sampleStart, double now);
+
 // Radical inverse of i in `base` (Halton sequence).
 double radicalInverse(uint32_t i, uint32_t base);
 // Sub-pixel jitter of sample n: zero for the first still sample, whose depth

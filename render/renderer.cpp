@@ -48,7 +48,7 @@ void createPaletteTexture(Renderer& r) {
 bool initRenderer(Renderer& r, GlLoader loader, std::string& error) {
   std::string missing;
   if (!loadGlFunctions(loader, missing)) {
-    error = "Нет функции OpenGL: " + missing;
+    error = kErrorNoGlFunction + missing;
     return false;
   }
   gl.GenVertexArrays(1, &r.vao);
@@ -260,9 +260,11 @@ void completeSample(Renderer& r, const FrameInput& in, bool moving) {
     const float d = readAccumDepth(r, r.renderWidth / 2, r.renderHeight / 2);
     r.focusDepth = d < 9000 ? d : 0;
   }
-  const double f = 1 / std::max(in.now - r.lastSampleTime, 0.0001);
-  r.fps = r.lastSampleTime < 0 ? f : 0.8 * r.fps + 0.2 * f;
-  r.lastSampleTime = in.now;
+  // Timed on the clock, not the frame's time: a sample traced within one
+  // frame has a duration of its own.
+  const double now = secondsNow();
+  r.fps = sampleRate(r.fps, r.lastSampleTime, r.sampleStartTime, now);
+  r.lastSampleTime = now;
 }
 
 // One sample or band; returns whether a sample was completed.
@@ -271,6 +273,7 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   const TraceTargets t{&r.accumA, &r.accumB, &r.prepass, &r.prepassValid};
   const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
   const double t0 = secondsNow();
+  if (r.rowCursor == 0) r.sampleStartTime = t0;
   if (!tracePass(r, t, v, *in.params, o)) {
     if (!r.shaderErrorShown) r.shaderMessage = "Ошибка шейдера: " + utf8Prefix(r.errorText, 160);
     r.shaderErrorShown = true;
@@ -398,6 +401,11 @@ bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>&
       out[size_t(row) * size_t(w) + size_t(cx0 - x0 + i)] = rgba[(size_t(j) * cw + i) * 4 + 3];
   }
   return true;
+}
+
+void presentPicture(Renderer& r, uint32_t fbo, int w, int h) {
+  if (w != r.windowWidth || h != r.windowHeight || r.renderWidth < 1 || r.renderHeight < 1) return;
+  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, fbo, w, h);
 }
 
 void readWindowPixels(Renderer&, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {

@@ -140,6 +140,7 @@ struct Renderer {
   double shift = 0, shiftTarget = 0;  // image shift in window pixels
   double fps = 0;
   double lastSampleTime = -1;
+  double sampleStartTime = 0;      // when the current sample's first band began (clock seconds)
   double focusDepth = 0;           // centre depth of the still picture; 0 = unknown
   int targetSamples = 256;
   bool moving = false;             // this frame was a moving one (fast, maybe reduced size)
@@ -155,6 +156,9 @@ struct Renderer {
 // [SECTION] Start-up and shutdown
 
 using GlLoader = void* (*)(const char* name);
+
+// The start of the error when the driver lacks an entry point; the name follows.
+inline constexpr const char* kErrorNoGlFunction = "Нет функции OpenGL: ";
 
 // Loads the GL table, creates the vertex array, the palette texture and the
 // post-processing programs, reads the adapter description. On failure `error`
@@ -182,6 +186,10 @@ bool renderFrame(Renderer& r, const FrameInput& in);
 bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
                  std::vector<uint8_t>& rgbaBottomUp,
                  const std::function<bool(double fraction, double secondsLeft)>& progress);
+
+// The interactive picture as it stands, composited again into `fbo` (a
+// w×h window) without tracing: what the window shows while a photo runs.
+void presentPicture(Renderer& r, uint32_t fbo, int w, int h);
 
 // Reads w×h RGBA bytes (bottom row first) from framebuffer `fbo`, e.g. the
 // window after the composite, for a shot.

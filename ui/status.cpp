@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
+#include <vector>
 
 namespace {
 
@@ -101,11 +103,57 @@ std::string zoomText(double zoom) {
   return "зум ×" + format(fmt, zoom);
 }
 
-std::string statusLine(const StatusInfo& st) {
-  char size[96];
-  std::snprintf(size, sizeof size, "%d×%d · итераций %d", st.renderWidth, st.renderHeight, st.iterations);
-  return zoomText(st.zoom) + " · " + speedText(st.fps) + " · " + samplesText(st) + " · " + size +
-         precisionText(st);
+namespace {
+
+// The line's fragments in their order, each with its rank in dropping: a
+// narrow window loses the render size first, then the speed, the samples
+// and the zoom; the iterations and the precision note say the most about
+// what is on screen and go last.
+struct Fragment {
+  std::string text;
+  int dropRank;
+};
+
+std::vector<Fragment> fragments(const StatusInfo& st) {
+  char size[64], iterations[64];
+  std::snprintf(size, sizeof size, "%d×%d", st.renderWidth, st.renderHeight);
+  std::snprintf(iterations, sizeof iterations, "итераций %d", st.iterations);
+  std::vector<Fragment> f = {{zoomText(st.zoom), 3}};
+  // No rate before the first sample is complete: there is nothing to time.
+  if (st.fps > 0) f.push_back({speedText(st.fps), 1});
+  f.push_back({samplesText(st), 2});
+  f.push_back({size, 0});
+  f.push_back({iterations, 4});
+  std::string precision = precisionText(st);
+  if (!precision.empty()) f.push_back({precision.substr(std::string(" · ").size()), 5});
+  return f;
+}
+
+std::string joined(const std::vector<Fragment>& f, int droppedBelow) {
+  std::string line;
+  for (const Fragment& x : f) {
+    if (x.dropRank < droppedBelow) continue;
+    if (!line.empty()) line += " · ";
+    line += x.text;
+  }
+  return line;
+}
+
+}  // namespace
+
+std::string statusLine(const StatusInfo& st) { return joined(fragments(st), 0); }
+
+std::string statusLineWithin(const StatusInfo& st, float room,
+                             const std::function<float(const std::string&)>& width) {
+  const std::vector<Fragment> f = fragments(st);
+  int last = 0;  // the most useful fragment present is never dropped
+  for (const Fragment& x : f) last = std::max(last, x.dropRank);
+  std::string line;
+  for (int dropped = 0; dropped <= last; ++dropped) {
+    line = joined(f, dropped);
+    if (width(line) <= room) break;
+  }
+  return line;
 }
 
 void drawStatus(UiContext& ui, const StatusInfo& st) {
@@ -117,9 +165,10 @@ void drawStatus(UiContext& ui, const StatusInfo& st) {
   }
   if (st.interfaceShown) {
     // Bottom left, on a translucent backing so it reads over any fractal.
-    const std::string line = statusLine(st);
     const float pad = scaled(ui, 8), lh = lineHeight(ui, kFontSmall);
     const float room = freeWidth(ui, st.clientWidth, true) - scaled(ui, 16) - 2 * pad;
+    const std::string line = statusLineWithin(
+        st, room, [&ui](const std::string& text) { return textWidth(ui, kFontSmall, text); });
     const float w = std::min(textWidth(ui, kFontSmall, line), std::max(0.0f, room));
     const float x = scaled(ui, 16), y = float(st.clientHeight) - scaled(ui, 12) - (lh + pad);
     addRoundRect(ui, x, y, w + 2 * pad, lh + pad, scaled(ui, 8), kLineBacking);

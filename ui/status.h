@@ -6,6 +6,7 @@
 
 #include "ui/ui_context.h"
 
+#include <functional>
 #include <string>
 
 struct StatusInfo {
@@ -13,7 +14,7 @@ struct StatusInfo {
   bool interfaceShown = true;     // false after H: no fragments, pill centred on the whole width
   int samples = 0, targetSamples = 0;
   bool done = false;              // the target is reached
-  double fps = 0;
+  double fps = 0;                 // 0 until the first sample is complete
   int renderWidth = 0, renderHeight = 0, iterations = 0;
   double zoom = 1;                // the type's default distance / the current distance
   bool deep = false;              // fp64 in use
@@ -47,6 +48,11 @@ ProgressGeometry progressBar(const UiContext& ui, double ratio, int clientWidth,
 std::string zoomText(double zoom);
 // The fragments in their order on the line, joined by " · ".
 std::string statusLine(const StatusInfo& st);
+// The line for `room` pixels as `width` measures text: whole fragments are
+// left out, least used first (render size, speed, samples, zoom), until it
+// fits; the iterations and the precision note stay longest.
+std::string statusLineWithin(const StatusInfo& st, float room,
+                             const std::function<float(const std::string&)>& width);
 
 // Progress bar, status line (while the interface is shown) and the message.
 void drawStatus(UiContext& ui, const StatusInfo& st);

@@ -29,6 +29,11 @@ void beginWidgets(WidgetState& w, UiContext* ui, const WidgetInput& in, const Wi
   // it: the field that owns the press re-takes the focus when it is its own.
   w.focusLostTo.clear();
   if (in.mousePressed && !w.focus.empty()) {
+    // What was typed before the press (a slow frame gathers both) still goes
+    // into the edit: a field's own button may take it.
+    TextKeys typed = in.keys;
+    typed.enter = typed.escape = false;
+    applyTextKeys(w.edit, typed);
     w.focusLostTo = w.focus;
     w.focus.clear();
   }
@@ -57,9 +62,15 @@ void endWidgets(WidgetState& w) {
   float pad = sc(w, 8);
   float tw = textWidth(ui, kFontSmall, w.tooltip);
   float th = lineHeight(ui, kFontSmall);
-  float x = w.in.mouseX + sc(w, 14), y = w.in.mouseY + sc(w, 18);
-  // Keep it on screen: flip to the cursor's left near the right edge.
-  if (x + tw + 2 * pad > w.lay.x1 + sc(w, 18)) x = w.in.mouseX - tw - 2 * pad - sc(w, 6);
+  // Beside the panel, over the picture, at the cursor's height: below the
+  // cursor it would hide the next row's value. A window too narrow for that
+  // gets it under the cursor.
+  float x = w.lay.x0 - sc(w, 18) - sc(w, 10) - tw - 2 * pad;
+  float y = std::round(w.in.mouseY - (th + 2 * pad) * 0.5f);
+  if (x < sc(w, 4)) {
+    x = w.in.mouseX + sc(w, 14), y = w.in.mouseY + sc(w, 18);
+    if (x + tw + 2 * pad > w.lay.x1 + sc(w, 18)) x = w.in.mouseX - tw - 2 * pad - sc(w, 6);
+  }
   addRoundRect(ui, x, y, tw + 2 * pad, th + 2 * pad, sc(w, 6), ui.theme[kColBackground],
                ui.theme[kColMuted], std::max(1.0f, sc(w, 1)));
   addText(ui, kFontSmall, x + pad, y + pad, w.tooltip, ui.theme[kColText]);
@@ -101,12 +112,27 @@ float textY(const WidgetState& w, const WidgetRect& r, UiFontId font) {
   return std::round(r.y0 + (r.height() - lineHeight(*w.ui, font)) * 0.5f);
 }
 
+// The text, or as many whole glyphs as fit in `room` followed by "…".
+std::string fitted(const UiContext& ui, UiFontId font, const std::string& text, float room) {
+  if (textWidth(ui, font, text) <= room) return text;
+  std::vector<uint32_t> cps = decodeUtf8(text);
+  const float dots = textWidth(ui, font, "…");
+  while (!cps.empty()) {
+    cps.pop_back();
+    std::string cut = encodeUtf8(cps);
+    while (!cut.empty() && cut.back() == ' ') cut.pop_back();
+    if (textWidth(ui, font, cut) + dots <= room) return cut + "…";
+  }
+  return "…";
+}
+
 void centredText(WidgetState& w, const WidgetRect& r, const std::string& text, uint32_t colour,
                  UiFontId font = kFontBody) {
-  float tw = textWidth(*w.ui, font, text);
   float pad = sc(w, 6);
+  std::string shown = fitted(*w.ui, font, text, r.width() - 2 * pad);
+  float tw = textWidth(*w.ui, font, shown);
   float x = std::max(r.x0 + pad, std::round(r.centreX() - tw * 0.5f));
-  addText(*w.ui, font, x, textY(w, r, font), text, colour, r.x1 - pad - x);
+  addText(*w.ui, font, x, textY(w, r, font), shown, colour, r.x1 - pad - x);
 }
 
 }  // namespace
@@ -187,9 +213,14 @@ bool pills(WidgetState& w, const std::vector<std::string>& labels, int& choice, 
 
 namespace {
 
-// The row: label at the left, value at the right, the track under them.
+// The row: label at the left, value at the right, the track under them. The
+// text line is not part of the track: a press there moves nothing, and a
+// double click on it types the value.
 struct SliderGeometry {
   WidgetRect row, track;
+  WidgetRect text;   // the label and value line
+  WidgetRect value;  // the value's own text, where the typing opens
+  WidgetRect grab;   // the part of the row a press or drag moves the value in
   float knobX = 0;
 };
 
@@ -200,6 +231,13 @@ SliderGeometry sliderGeometry(WidgetState& w, const SliderSpec& spec, double val
   float ty = g.row.y1 - sc(w, 9);
   g.track = {g.row.x0 + inset, ty - sc(w, 2), g.row.x1 - inset, ty + sc(w, 2)};
   g.knobX = g.track.x0 + float(sliderFraction(spec, value)) * g.track.width();
+  float lh = w.ui ? lineHeight(*w.ui, kFontSmall) : 0;
+  // The text line ends well above the track, so the knob stays fully grabbable.
+  float split = std::min(g.row.y0 + lh + sc(w, 1), g.track.y0 - sc(w, 8));
+  g.text = {g.row.x0, g.row.y0, g.row.x1, std::max(g.row.y0, split)};
+  g.grab = {g.row.x0, g.text.y1, g.row.x1, g.row.y1};
+  float valueW = w.ui ? textWidth(*w.ui, kFontSmall, formatSliderValue(spec, value)) : 0;
+  g.value = {g.row.x1 - std::max(valueW + sc(w, 8), sc(w, 48)), g.text.y0, g.row.x1, g.text.y1};
   return g;
 }
 
@@ -247,15 +285,20 @@ Edit slider(WidgetState& w, const std::string& text, double& value, const Slider
             const std::string& tip) {
   std::string id = "sl:" + text;
   SliderGeometry g = sliderGeometry(w, spec, value);
-  bool hot = place(w, id, g.row, tip);
+  // "sl:" is the track's part of the row, "sv:" the value's text.
+  bool onTrack = place(w, id, g.grab, tip);
+  bool onText = place(w, "sv:" + text, g.value, tip);
+  onText = hovered(w, g.text) || onText;
+  bool hot = onTrack || onText;
+  if (hot) w.wantsMouse = true;
   Edit result = Edit::None;
   if (w.focus == id) {
     result = sliderTyping(w, value, spec);
-  } else if (hot && w.in.doubleClicked) {
+  } else if (onText && w.in.doubleClicked) {
     w.focus = id;
     w.active.clear();
     beginEdit(w.edit, formatSliderValue({spec.lo, spec.hi, spec.decimals, "", false, nullptr}, value));
-  } else if (hot && w.in.mousePressed) {
+  } else if (onTrack && w.in.mousePressed) {
     w.active = id;
     w.activeStart = value;
     // Shift starts a fine drag from the value as it is; a plain press puts
@@ -340,6 +383,14 @@ EditOutcome fieldInput(WidgetState& w, const std::string& id, const std::string&
       beginEdit(w.edit, value);
       return EditOutcome::None;  // the keys of the click's frame are not this field's
     }
+    // The frame's typing went into the edit as the press arrived; only
+    // Enter or Escape is left to apply.
+    TextKeys rest;
+    rest.enter = w.in.keys.enter;
+    rest.escape = w.in.keys.escape;
+    EditOutcome o = applyTextKeys(w.edit, rest);
+    if (o == EditOutcome::Cancelled) w.focus.clear();
+    return o;
   }
   if (w.focus != id) return EditOutcome::None;
   EditOutcome o = applyTextKeys(w.edit, w.in.keys);

@@ -110,6 +110,17 @@ run shot_link 0 "" --shot link.png --size 8x8 --samples 1
 "$prog" --print-preset real.png >/dev/null || fail "shot_link: the link's target is not the picture"
 ls -A | grep -q qtx-tmp && fail "a temporary file was left behind"
 
+# [cases] Type keys: matched case-blind; an unknown one falls back with one warning
+run type_case 0 "" --print-preset --seed abc --type Mandelbox
+printed '"type": "mandelbox"'
+grep -q . type_case.err && fail "type_case: a warning for a known key: $(cat type_case.err)"
+run type_bogus 0 "предупреждение: неизвестный тип фрактала «bogus»: взят mandelbulb" --print-preset --seed abc --type bogus
+printed '"type": "mandelbulb"'
+[ "$(grep -c . type_bogus.err)" -eq 1 ] || fail "type_bogus: more than one line on stderr: $(cat type_bogus.err)"
+run type_shot 0 "неизвестный тип фрактала «bogus»" --shot t.png --size 8x8 --samples 1 --type BOGUS
+[ -s t.png ] || fail "type_shot: no picture"
+rm -f t.png t.png.log
+
 # [cases] Settings that cannot be saved at quit, and warnings of an interactive start
 state="$XDG_CONFIG_HOME/Quorvantelix/state.json"
 printf '{}' >"$state"

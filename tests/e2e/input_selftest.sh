@@ -10,9 +10,12 @@ prog=$1
 run() {  # NAME [OPTIONS...]
   name=$1
   shift
-  env "$prog" --input-test --shot "$dir/$name" --size 800x600 "$@" >/dev/null 2>"$dir/$name.stderr"
+  env "$prog" --input-test --shot "$dir/$name" --size 800x600 "$@" >"$dir/$name.stdout" 2>"$dir/$name.stderr"
   expect_success $? "$dir/$name.stderr" "$name"
   [ -s "$dir/$name.input.log" ] || fail "$name: no log written"
+  # The log is the self-test's only output: no message lines (the dive's) besides it.
+  [ ! -s "$dir/$name.stdout" ] || fail "$name: printed on stdout: $(cat "$dir/$name.stdout")"
+  grep -q 'Погружение' "$dir/$name.stderr" && fail "$name: a message on stderr: $(cat "$dir/$name.stderr")"
 }
 
 run t

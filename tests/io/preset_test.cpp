@@ -134,3 +134,19 @@ TEST(Preset, RootMustBeObject) {
       throw;
     }, std::runtime_error) << text;
 }
+
+// The writer's side of the escapes: only the quote, the backslash and control
+// characters are escaped; spaces, "/" and Cyrillic stay as they are, so a
+// preset reads the same in a text editor as in the panel.
+TEST(Preset, WriterEscapesOnlyWhatJsonRequires) {
+  FractalParams p = defaultsForType("menger");
+  p.seed = "тёмная звезда \"2/3\" \\ a\tb";
+  p.palette = "custom";
+  p.customA = "#a0b0c0";
+  const std::string text = presetText(p, 2);
+  EXPECT_NE(text.find(R"("seed": "тёмная звезда \"2/3\" \\ a\u0009b")"), std::string::npos) << text;
+  EXPECT_NE(text.find(R"("customA": "#a0b0c0")"), std::string::npos) << text;
+  EXPECT_EQ(text.find("\\u0020"), std::string::npos);
+  EXPECT_EQ(text.find("\\/"), std::string::npos);
+  EXPECT_EQ(read(text).seed, p.seed);
+}

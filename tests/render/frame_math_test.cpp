@@ -164,6 +164,21 @@ TEST(FrameMath, LightingAndPaletteFromRecord) {
   EXPECT_EQ(rotatedPalette(still, 1)[0], 255);  // one length on: the far end first
 }
 
+// The status line's speed: the first sample is timed from its own start
+// (there is no previous one; the clock's epoch is no time at all), later
+// samples from the previous completion, and a sample after a pause again
+// from its own start.
+TEST(FrameMath, SampleRateFromTheFirstSample) {
+  // The first sample: began at 700 s, took half a second.
+  EXPECT_DOUBLE_EQ(sampleRate(0, -1, 700.0, 700.5), 2.0);
+  // Back to back: the interval since the last completion, smoothed 0.8/0.2.
+  EXPECT_DOUBLE_EQ(sampleRate(2.0, 700.5, 700.52, 700.75), 0.8 * 2.0 + 0.2 * 4.0);
+  // After ten idle seconds the idle time is no rendering time.
+  EXPECT_DOUBLE_EQ(sampleRate(4.0, 700.5, 710.5, 711.0), 0.8 * 4.0 + 0.2 * 2.0);
+  // A sample done within one instant does not divide by zero.
+  EXPECT_DOUBLE_EQ(sampleRate(0, -1, 5.0, 5.0), 10000.0);
+}
+
 TEST(ShaderText, VersionSwap) {
   EXPECT_EQ(swapGlslVersion("#version 300 es\nvoid main(){}"), "#version 430 core\nvoid main(){}");
   EXPECT_EQ(swapGlslVersion("#version 430 core\n"), "#version 430 core\n");

@@ -105,7 +105,8 @@ TEST(Widgets, ShiftPressKeepsValueAndDoubleClickTypesIt) {
   h.frame(fine);
   EXPECT_DOUBLE_EQ(v, 0.3);  // Shift does not jump to the cursor
 
-  WidgetInput dbl = press(r.centreX(), r.centreY());
+  WidgetRect number = h.rect("sv:Свечение");
+  WidgetInput dbl = press(number.centreX(), number.centreY());
   dbl.doubleClicked = true;
   h.frame(dbl);
   EXPECT_EQ(h.w.focus, "sl:Свечение");
