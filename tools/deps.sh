@@ -10,6 +10,7 @@ packages=(
   libegl-mesa0 libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
   glslang-tools pngcheck
+  libavformat-dev libavcodec-dev libswscale-dev ffmpeg
 )
 if [ "${1:-}" = "--dev" ]; then
   packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool zenity openbox)
