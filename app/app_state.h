@@ -2,6 +2,7 @@
 // making a record current, history snapshots, and the command-line options.
 #pragma once
 
+#include "app/film_path.h"
 #include "app/launch.h"
 #include "app/panel.h"
 #include "io/settings.h"
@@ -95,6 +96,7 @@ struct AppState {
   bool quitRequested = false;        // the screen saver ends, or a photo's close asked to quit
   bool saverInHost = false;          // the screen saver draws into a host's window (host owns input)
   bool photoRunning = false;         // a photo render holds the loop
+  PathRecorder recorder;             // "Записать путь": the camera path being recorded
 };
 
 // The record with the live camera pose, as history and shots store it.

@@ -6,6 +6,7 @@
 //   [SECTION] Planning the dive
 //   [SECTION] Rendering a frame
 //   [SECTION] Frame files
+//   [SECTION] Recording in the app
 //   [SECTION] The run
 #include "app/film.h"
 
@@ -28,6 +29,7 @@ namespace {
 
 constexpr int kPlanWidth = 256;          // the dive reads depths from a picture this wide
 constexpr int kDefaultFilmSamples = 16;
+constexpr int kDefaultFps = 30;
 constexpr double kProgressEvery = 3;     // seconds between progress lines
 
 bool isFolderTarget(const std::string& video) {
@@ -201,6 +203,55 @@ bool encodeFramePng(const std::vector<uint8_t>& px, int w, int h, const FractalP
   return true;
 }
 
+}  // namespace
+
+// [SECTION] Recording in the app
+
+bool saveRecording(AppState& s, const std::string& file) {
+  std::string error;
+  if (!saveFilmPath(file, s.recorder.path, error)) {
+    showMessage(s, error);
+    return false;
+  }
+  showMessage(s, "Путь сохранён: " + file + " (" + std::to_string(s.recorder.path.frames.size()) + " кадров)");
+  return true;
+}
+
+void toggleRecording(AppState& s) {
+  if (!s.recorder.on) {
+    int w = 0, h = 0;
+    platform::drawableSize(s.window, w, h);
+    startRecording(s.recorder, s.params, s.settings, s.live.amount, w, h);
+    showMessage(s, kMsgRecording);
+    return;
+  }
+  if (!finishRecording(s.recorder)) {
+    showMessage(s, "Путь пуст: ни одного кадра не записано");
+    return;
+  }
+  const std::string proposed = "path_" + safeFileName(s.params.seed) + ".json";
+  std::string file;
+  const auto r = platform::saveFileDialog(s.window, "Сохранить путь камеры", {{"Путь камеры (*.json)", {"*.json"}}},
+                                          platform::picturesFolder(), proposed, file);
+  s.redraw = true;
+  if (r == platform::DialogResult::Cancelled) {
+    showMessage(s, "Путь не сохранён");
+    return;
+  }
+  // No dialog here: the path goes beside the pictures rather than nowhere.
+  if (r == platform::DialogResult::Unavailable || file.empty()) {
+    const std::string folder = platform::picturesFolder();
+    const std::string stem = (folder.empty() ? "" : folder + "/") + "path_" + safeFileName(s.params.seed);
+    file = stem + ".json";
+    for (int n = 2; std::filesystem::exists(file); ++n) file = stem + "_" + std::to_string(n) + ".json";
+  } else if (std::filesystem::path(file).extension().empty()) {
+    file += ".json";
+  }
+  saveRecording(s, file);
+}
+
+namespace {
+
 // [SECTION] The run
 
 struct FilmRun {
@@ -239,14 +290,14 @@ void reportProgress(FilmRun& run, int k, double fraction) {
                percent, left);
 }
 
-std::string logText(const FilmRun& run, const FilmPath& p, int w, int h, int samples, const std::string& source,
+std::string logText(const FilmRun& run, const FilmPath& p, int fps, int w, int h, int samples, const std::string& source,
                     const std::string& target, double seconds) {
   char buf[1024];
   std::snprintf(buf, sizeof buf,
                 "%s\nerror: %s\nsource: %s\nvideo: %s\nencoder: %s\nsize: %dx%d\nfps: %d\nsamples: %d\n"
                 "frames: %d\nrendered: %d\nskipped: %d\ncancelled: %s\nseconds: %.1f\n",
                 run.s.renderer.gpu.c_str(), run.s.renderer.errorText.c_str(), source.c_str(), target.c_str(),
-                run.encoder.c_str(), w, h, p.fps, samples, run.total, run.rendered, run.skipped,
+                run.encoder.c_str(), w, h, fps, samples, run.total, run.rendered, run.skipped,
                 run.cancelled ? "yes" : "no", seconds);
   std::string text = buf;
   if (p.randomSeed >= 0) text += "random-seed: " + std::to_string(p.randomSeed) + "\n";
@@ -262,6 +313,10 @@ int encodeFolder(FilmRun& run) {
   const LaunchOptions& o = run.o;
   std::string dir = o.fromFrames;
   if (!dir.empty() && dir.back() != '/' && dir.back() != '\\') dir += '/';
+  // The folder's path knows the rate the frames were drawn at.
+  FilmPath drawn;
+  std::string ignored;
+  const int fps = o.fps > 0 ? o.fps : loadFilmPath(dir + "path.json", drawn, ignored) ? drawn.fps : kDefaultFps;
   int count = 0;
   while (std::filesystem::exists(dir + frameFileName(count))) ++count;
   if (count == 0) {
@@ -280,7 +335,7 @@ int encodeFolder(FilmRun& run) {
       error = fileProblem(kMsgCannotRead, file, reason.empty() ? kMsgDamagedPng : reason);
     } else if (!v) {
       w0 = w, h0 = h;
-      if ((v = platform::openVideo(o.video, w, h, o.fps, error))) run.encoder = platform::videoEncoderName(v);
+      if ((v = platform::openVideo(o.video, w, h, fps, error))) run.encoder = platform::videoEncoderName(v);
     } else if (w != w0 || h != h0) {
       error = "кадр " + file + " другого размера, чем первый";
     }
@@ -297,9 +352,7 @@ int encodeFolder(FilmRun& run) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
-  FilmPath p;
-  p.fps = o.fps;
-  writeFileAtomic(logPath(o.video), logText(run, p, w0, h0, 0, dir, o.video, platform::now() - run.start));
+  writeFileAtomic(logPath(o.video), logText(run, FilmPath{}, fps, w0, h0, 0, dir, o.video, platform::now() - run.start));
   std::fprintf(stderr, "видео записано: %s (%d кадров)\n", o.video.c_str(), run.rendered);
   return run.cancelled ? 1 : 0;
 }
@@ -324,9 +377,10 @@ bool obtainPath(FilmRun& run, FilmPath& p, std::string& source) {
   const uint32_t seed = drawnSeed(o);
   std::fprintf(stderr, "план погружения: --random-seed %u\n", seed);
   const double seconds = o.duration > 0 ? o.duration : o.dive;
-  const int frames = std::max(1, int(std::lround(seconds * o.fps)));
+  const int fps = o.fps > 0 ? o.fps : kDefaultFps;
+  const int frames = std::max(1, int(std::lround(seconds * fps)));
   double lastLine = platform::now();
-  p = planDivePath(run.s, frames, o.fps, seed, [&](int done) {
+  p = planDivePath(run.s, frames, fps, seed, [&](int done) {
     if (platform::now() - lastLine >= kProgressEvery) {
       lastLine = platform::now();
       std::fprintf(stderr, "план погружения: кадр %d из %d\n", done, frames);
@@ -336,7 +390,9 @@ bool obtainPath(FilmRun& run, FilmPath& p, std::string& source) {
   if (run.cancelled) return false;
   filmSize(o, p.width, p.height);
   source = isFolderTarget(o.video) ? o.video + "path.json" : o.video + ".path.json";
-  if (!saveFilmPath(source, p, error)) {
+  // The frames are drawn from the path as the file has it, so that a later
+  // --path run of that file draws the same frames.
+  if (!saveFilmPath(source, p, error) || !loadFilmPath(source, p, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return false;
   }
@@ -371,14 +427,15 @@ int runFilm(AppState& s, const LaunchOptions& o) {
   if (o.width > 0) filmSize(o, w, h);
   else w = p.width, h = p.height;
   const int samples = o.samples > 0 ? o.samples : kDefaultFilmSamples;
-  // The film's own frame rate samples the path at its own rate; --duration cuts it.
+  // Another frame rate than the path's samples it afresh; --duration cuts it.
+  const int fps = o.fps > 0 ? o.fps : p.fps;
   const double pathSeconds = double(p.frames.size()) / p.fps;
   double seconds = o.duration > 0 ? std::min(o.duration, pathSeconds) : pathSeconds;
-  const int count = std::max(1, int(std::floor(seconds * o.fps + 1e-6)));
+  const int count = std::max(1, int(std::floor(seconds * fps + 1e-6)));
   const std::vector<int> chosen = selectedFrames(o.frames, count);
   run.total = int(chosen.size());
   platform::VideoWriter* v = nullptr;
-  if (!folder && !(v = platform::openVideo(o.video, w, h, o.fps, error))) {
+  if (!folder && !(v = platform::openVideo(o.video, w, h, fps, error))) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
@@ -393,7 +450,7 @@ int runFilm(AppState& s, const LaunchOptions& o) {
       ++run.skipped;
       continue;
     }
-    const double at = double(k) * p.fps / o.fps;
+    const double at = double(k) * p.fps / fps;
     if (!renderPathFrame(s, p, at, w, h, samples, o.shutter, px, [&](double f) {
           reportProgress(run, i, f);
           return keepGoing(run);
@@ -414,7 +471,7 @@ int runFilm(AppState& s, const LaunchOptions& o) {
   if (v && error.empty()) platform::closeVideo(v, error);
   else if (v) platform::abandonVideo(v);
   platform::setTitle(s.window, kAppTitle);
-  const std::string log = logText(run, p, w, h, samples, source, o.video, platform::now() - run.start);
+  const std::string log = logText(run, p, fps, w, h, samples, source, o.video, platform::now() - run.start);
   writeFileAtomic(logPath(o.video), log);
   if (!error.empty()) {
     std::fprintf(stderr, "%s\n", error.c_str());

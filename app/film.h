@@ -32,6 +32,14 @@ FractalParams frameRecord(const FilmPath& p, const PathFrame& f);
 // but a copy or a full disk may).
 bool isWholeFrameFile(const std::string& file);
 
+// "Записать путь" (K): starts recording the camera; stopping asks where to
+// save the path (beside the pictures when no dialog can be shown).
+void toggleRecording(AppState& s);
+// Saves the finished recording to `file`; the message says how it went.
+bool saveRecording(AppState& s, const std::string& file);
+
+inline constexpr const char* kMsgRecording = "Запись пути: всё, что делает камера, до повторного нажатия K";
+
 // The whole command-line film: plan or load, render, write, report.
 // Returns the exit status.
 int runFilm(AppState& s, const LaunchOptions& o);

@@ -5,6 +5,7 @@
 #include "model/ranges.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -45,25 +46,39 @@ void qualityFromJson(const JsonValue& q, AppSettings& s) {
   s.gi = boolOr(q, "gi", s.gi);
 }
 
-bool finite(const JsonValue& v) { return v.isNumber() && std::isfinite(v.number); }
-
-// [x, y, z, yaw, pitch, logDist] or with the live clock as a seventh number.
+// One frame is one string "x y z yaw pitch logDist [liveClock]" of shortest
+// round-trip numbers: a camera 1e-10 from its target needs every bit of its
+// target, more than the ten digits JSON numbers are written with.
 JsonValue frameJson(const PathFrame& f) {
-  JsonValue a = JsonValue::makeArray();
-  for (double x : {f.target[0], f.target[1], f.target[2], f.yaw, f.pitch, f.logDist}) a.items.push_back(number(x));
-  if (f.liveClock >= 0) a.items.push_back(number(f.liveClock));
-  return a;
+  std::string text;
+  char buf[32];
+  const double n[7] = {f.target[0], f.target[1], f.target[2], f.yaw, f.pitch, f.logDist, f.liveClock};
+  for (int i = 0; i < (f.liveClock >= 0 ? 7 : 6); ++i) {
+    if (i) text += ' ';
+    text.append(buf, std::to_chars(buf, buf + sizeof buf, n[i]).ptr);
+  }
+  return JsonValue::makeString(text);
 }
 
-bool frameFromJson(const JsonValue& a, PathFrame& f) {
-  if (!a.isArray() || (a.items.size() != 6 && a.items.size() != 7)) return false;
-  for (const JsonValue& v : a.items)
-    if (!finite(v)) return false;
-  for (int i = 0; i < 3; ++i) f.target[i] = a.items[size_t(i)].number;
-  f.yaw = a.items[3].number;
-  f.pitch = std::clamp(a.items[4].number, -89.9, 89.9);
-  f.logDist = std::clamp(a.items[5].number, std::log(kMinCameraDist), std::log(1e6));
-  f.liveClock = a.items.size() == 7 ? std::max(0.0, a.items[6].number) : -1;
+bool frameFromJson(const JsonValue& v, PathFrame& f) {
+  if (!v.isString()) return false;
+  double n[7];
+  int count = 0;
+  const char* p = v.text.data();
+  const char* end = p + v.text.size();
+  while (p < end && count < 7) {
+    auto [next, ec] = std::from_chars(p, end, n[count]);
+    if (ec != std::errc() || !std::isfinite(n[count])) return false;
+    ++count;
+    p = next;
+    if (p < end && *p == ' ') ++p;
+  }
+  if (p != end || count < 6) return false;
+  for (int i = 0; i < 3; ++i) f.target[i] = n[i];
+  f.yaw = n[3];
+  f.pitch = std::clamp(n[4], -89.9, 89.9);
+  f.logDist = std::clamp(n[5], std::log(kMinCameraDist), std::log(1e6));
+  f.liveClock = count == 7 ? std::max(0.0, n[6]) : -1;
   return true;
 }
 
@@ -217,6 +232,36 @@ PathFrame frameOfCamera(const Camera& c, double liveClock) {
   f.logDist = c.logDist;
   f.liveClock = liveClock;
   return f;
+}
+
+void startRecording(PathRecorder& r, const FractalParams& record, const AppSettings& quality, double liveAmount,
+                    int width, int height) {
+  r.on = true;
+  r.path = FilmPath{};
+  r.path.record = record;
+  r.path.quality = quality;
+  r.path.liveAmount = liveAmount;
+  r.path.fps = r.fps;
+  r.path.width = std::max(1, width);
+  r.path.height = std::max(1, height);
+  r.times.clear();
+  r.samples.clear();
+}
+
+void recordSample(PathRecorder& r, double now, const Camera& c, double liveClock, bool diving) {
+  if (!r.on || (!r.times.empty() && now <= r.times.back())) return;
+  r.times.push_back(now);
+  r.samples.push_back(frameOfCamera(c, liveClock));
+  r.path.dive = r.path.dive || diving;
+}
+
+bool finishRecording(PathRecorder& r) {
+  r.on = false;
+  r.path.fps = r.fps;
+  r.path.frames = resamplePath(r.times, r.samples, r.fps, 0);
+  r.times.clear();
+  r.samples.clear();
+  return !r.path.frames.empty();
 }
 
 std::vector<int> selectedFrames(const FrameSelection& s, int total) {

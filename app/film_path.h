@@ -55,6 +55,22 @@ std::vector<PathFrame> resamplePath(const std::vector<double>& times, const std:
 void cameraOfFrame(const PathFrame& f, Camera& c);
 PathFrame frameOfCamera(const Camera& c, double liveClock);
 
+// Recording in the app: the shown camera once per drawn frame with the
+// frame's time; stopping resamples it at the film's frame rate.
+struct PathRecorder {
+  bool on = false;
+  int fps = 30;
+  FilmPath path;                   // record, quality and size at the start
+  std::vector<double> times;       // seconds of the monotonic clock
+  std::vector<PathFrame> samples;
+};
+void startRecording(PathRecorder& r, const FractalParams& record, const AppSettings& quality, double liveAmount,
+                    int width, int height);
+void recordSample(PathRecorder& r, double now, const Camera& c, double liveClock, bool diving);
+// Off, with the samples resampled into r.path.frames; false when nothing
+// was recorded.
+bool finishRecording(PathRecorder& r);
+
 // The frame indices a selection asks for out of `total`, in order.
 std::vector<int> selectedFrames(const FrameSelection& s, int total);
 // "frame_000042.png".

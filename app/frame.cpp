@@ -46,6 +46,7 @@ FrameInput beginFrame(AppState& s) {
     pushState(s);
   }
   if (s.live.on) liveAdvance(s.live, rawDt);
+  if (s.recorder.on) recordSample(s.recorder, now, s.camera, s.live.on ? s.live.clock : -1, s.dive.on);
   return frameInputOf(s, now, moving);
 }
 

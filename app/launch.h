@@ -30,7 +30,7 @@ struct LaunchOptions {
 
   // Films
   std::string video;         // --video FILE (.mp4 .webm .mkv) or DIR/ (numbered PNGs)
-  int32_t fps = 30;          // --fps N
+  int32_t fps = 0;           // --fps N; 0: the path's own rate, 30 for a dive
   double duration = 0;       // --duration S (0: the whole path, or the --dive time)
   std::string pathFile;      // --path FILE: render a recorded path
   FrameSelection frames;     // --frames A-B | K/N

@@ -14,6 +14,7 @@
 
 #include "app/app_state.h"
 #include "app/commands.h"
+#include "app/film.h"
 #include "model/tables.h"
 #include "ui/ui_context.h"
 
@@ -276,6 +277,8 @@ void tabMotion(AppState& s, WidgetState& w) {
   if (toggle(w, "Живой режим", live, "L")) toggleLive(s);
   slider(w, "Сила живого режима", s.live.amount, {0, 1.5, 2, "", false, nullptr});
   slider(w, "Темп живого режима", s.live.speed, {0.1, 4, 2, "×", false, nullptr});
+  bool recording = s.recorder.on;
+  if (toggle(w, "Записать путь", recording, "K")) toggleRecording(s);
   if (button(w, "Вписать в кадр")) requestFit(s);
   if (button(w, "Вернуть камеру", "C")) returnCamera(s);
   if (!section(w, "Объектив", ps.lensOpen)) return;
