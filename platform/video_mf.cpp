@@ -31,7 +31,8 @@ constexpr const char* kMsgNoEncoder =
     "Кодировщик H.264 (Media Foundation) недоступен в этой системе; снимите фильм в папку кадров (--video ПАПКА/)";
 
 std::string lowerExtension(const std::string& path) {
-  std::string ext = std::filesystem::u8path(path).extension().u8string();
+  const size_t slash = path.find_last_of("/\\"), dot = path.rfind('.');
+  std::string ext = dot == std::string::npos || (slash != std::string::npos && dot < slash) ? "" : path.substr(dot);
   for (char& c : ext)
     if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
   return ext;
@@ -46,7 +47,7 @@ void freeWriter(VideoWriter* v) {
 
 void removePart(const VideoWriter* v) {
   std::error_code ec;
-  std::filesystem::remove(std::filesystem::u8path(v->partPath), ec);
+  std::filesystem::remove(std::filesystem::path(win32::widen(v->partPath)), ec);
 }
 
 bool setTypes(VideoWriter* v) {
@@ -111,7 +112,7 @@ VideoWriter* openVideo(const std::string& path, int width, int height, int fps, 
   IMFAttributes* attributes = nullptr;
   if (SUCCEEDED(MFCreateAttributes(&attributes, 1)))
     attributes->SetUINT32(MF_READWRITE_ENABLE_HARDWARE_TRANSFORMS, TRUE);
-  const std::wstring wide = std::filesystem::u8path(v->partPath).wstring();
+  const std::wstring wide = win32::widen(v->partPath);
   const HRESULT hr = MFCreateSinkWriterFromURL(wide.c_str(), nullptr, attributes, &v->writer);
   if (attributes) attributes->Release();
   if (FAILED(hr) || !setTypes(v) || FAILED(v->writer->BeginWriting())) {
@@ -161,7 +162,7 @@ bool closeVideo(VideoWriter* v, std::string& error) {
   v->writer = nullptr;
   std::error_code ec;
   if (ok) {
-    std::filesystem::rename(std::filesystem::u8path(v->partPath), std::filesystem::u8path(v->path), ec);
+    std::filesystem::rename(win32::widen(v->partPath), win32::widen(v->path), ec);
     ok = !ec;
   }
   if (!ok) {
