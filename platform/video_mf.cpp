@@ -3,6 +3,8 @@
 // writer converts. Where Media Foundation or its H.264 encoder is missing
 // (Windows N editions without the media pack, Wine) the request ends with a
 // message instead of a crash; the numbered PNG folder works everywhere.
+// The two libraries are loaded when a film asks for them, not imported: a
+// system without them must still start the program.
 #include "platform/platform.h"
 #include "platform/win32_common.h"
 
@@ -27,6 +29,41 @@ struct VideoWriter {
 
 namespace {
 
+// The Media Foundation entry points this writer uses, from mfplat.dll and
+// mfreadwrite.dll; loaded once, kept for the life of the process.
+struct MfApi {
+  HRESULT(WINAPI* startup)(ULONG, DWORD) = nullptr;
+  HRESULT(WINAPI* shutdown)() = nullptr;
+  HRESULT(WINAPI* createMediaType)(IMFMediaType**) = nullptr;
+  HRESULT(WINAPI* createAttributes)(IMFAttributes**, UINT32) = nullptr;
+  HRESULT(WINAPI* createMemoryBuffer)(DWORD, IMFMediaBuffer**) = nullptr;
+  HRESULT(WINAPI* createSample)(IMFSample**) = nullptr;
+  HRESULT(WINAPI* createSinkWriterFromURL)(LPCWSTR, IMFByteStream*, IMFAttributes*, IMFSinkWriter**) = nullptr;
+  bool loaded = false;
+};
+
+template <class F>
+bool entry(HMODULE module, const char* name, F& out) {
+  out = module ? reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name))) : nullptr;
+  return out != nullptr;
+}
+
+const MfApi& mf() {
+  static MfApi api = [] {
+    MfApi a;
+    HMODULE plat = LoadLibraryW(L"mfplat.dll");
+    HMODULE readwrite = LoadLibraryW(L"mfreadwrite.dll");
+    a.loaded = entry(plat, "MFStartup", a.startup) && entry(plat, "MFShutdown", a.shutdown) &&
+               entry(plat, "MFCreateMediaType", a.createMediaType) &&
+               entry(plat, "MFCreateAttributes", a.createAttributes) &&
+               entry(plat, "MFCreateMemoryBuffer", a.createMemoryBuffer) &&
+               entry(plat, "MFCreateSample", a.createSample) &&
+               entry(readwrite, "MFCreateSinkWriterFromURL", a.createSinkWriterFromURL);
+    return a;
+  }();
+  return api;
+}
+
 constexpr const char* kMsgNoEncoder =
     "Кодировщик H.264 (Media Foundation) недоступен в этой системе; снимите фильм в папку кадров (--video ПАПКА/)";
 
@@ -41,7 +78,7 @@ std::string lowerExtension(const std::string& path) {
 void freeWriter(VideoWriter* v) {
   if (!v) return;
   if (v->writer) v->writer->Release();
-  if (v->started) MFShutdown();
+  if (v->started) mf().shutdown();
   delete v;
 }
 
@@ -53,7 +90,7 @@ void removePart(const VideoWriter* v) {
 bool setTypes(VideoWriter* v) {
   IMFMediaType* out = nullptr;
   IMFMediaType* in = nullptr;
-  bool ok = SUCCEEDED(MFCreateMediaType(&out)) && SUCCEEDED(MFCreateMediaType(&in));
+  bool ok = SUCCEEDED(mf().createMediaType(&out)) && SUCCEEDED(mf().createMediaType(&in));
   // About 0.2 bits a pixel: a rendered fractal is fine-grained.
   const UINT32 bitRate = UINT32(std::min<double>(100e6, double(v->width) * v->height * v->fps * 0.2));
   ok = ok && SUCCEEDED(out->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video)) &&
@@ -103,17 +140,17 @@ VideoWriter* openVideo(const std::string& path, int width, int height, int fps, 
   v->width = width;
   v->height = height;
   v->fps = fps;
-  if (FAILED(MFStartup(MF_VERSION, MFSTARTUP_LITE))) {
+  if (!mf().loaded || FAILED(mf().startup(MF_VERSION, MFSTARTUP_LITE))) {
     error = kMsgNoEncoder;
     freeWriter(v);
     return nullptr;
   }
   v->started = true;
   IMFAttributes* attributes = nullptr;
-  if (SUCCEEDED(MFCreateAttributes(&attributes, 1)))
+  if (SUCCEEDED(mf().createAttributes(&attributes, 1)))
     attributes->SetUINT32(MF_READWRITE_ENABLE_HARDWARE_TRANSFORMS, TRUE);
   const std::wstring wide = win32::widen(v->partPath);
-  const HRESULT hr = MFCreateSinkWriterFromURL(wide.c_str(), nullptr, attributes, &v->writer);
+  const HRESULT hr = mf().createSinkWriterFromURL(wide.c_str(), nullptr, attributes, &v->writer);
   if (attributes) attributes->Release();
   if (FAILED(hr) || !setTypes(v) || FAILED(v->writer->BeginWriting())) {
     error = kMsgNoEncoder;
@@ -130,7 +167,7 @@ bool writeVideoFrame(VideoWriter* v, const uint8_t* rgbaBottomUp, std::string& e
   IMFMediaBuffer* buffer = nullptr;
   IMFSample* sample = nullptr;
   BYTE* data = nullptr;
-  bool ok = SUCCEEDED(MFCreateMemoryBuffer(size, &buffer)) && SUCCEEDED(buffer->Lock(&data, nullptr, nullptr));
+  bool ok = SUCCEEDED(mf().createMemoryBuffer(size, &buffer)) && SUCCEEDED(buffer->Lock(&data, nullptr, nullptr));
   if (ok) {
     for (int r = 0; r < v->height; ++r) {
       const uint8_t* src = rgbaBottomUp + size_t(v->height - 1 - r) * stride;
@@ -144,7 +181,7 @@ bool writeVideoFrame(VideoWriter* v, const uint8_t* rgbaBottomUp, std::string& e
     }
     buffer->Unlock();
     const LONGLONG duration = 10'000'000LL / v->fps;  // 100-ns units
-    ok = SUCCEEDED(buffer->SetCurrentLength(size)) && SUCCEEDED(MFCreateSample(&sample)) &&
+    ok = SUCCEEDED(buffer->SetCurrentLength(size)) && SUCCEEDED(mf().createSample(&sample)) &&
          SUCCEEDED(sample->AddBuffer(buffer)) && SUCCEEDED(sample->SetSampleTime(v->next * duration)) &&
          SUCCEEDED(sample->SetSampleDuration(duration)) &&
          SUCCEEDED(v->writer->WriteSample(v->stream, sample));
