@@ -2,6 +2,7 @@
 // making a record current, history snapshots, and the command-line options.
 #pragma once
 
+#include "app/film_path.h"
 #include "app/launch.h"
 #include "app/panel.h"
 #include "io/settings.h"
@@ -107,6 +108,7 @@ struct AppState {
   // Work a panel button asked for that must not run inside the interface's
   // frame (a photo redraws the window while it runs); done once the frame is drawn.
   std::function<void(AppState&)> afterFrame;
+  PathRecorder recorder;             // "Записать путь": the camera path being recorded
 };
 
 // The record with the live camera pose, as history and shots store it.

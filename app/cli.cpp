@@ -134,6 +134,69 @@ bool isScreenSaverSwitch(const std::string& lower) {
   return lower == "/s" || lower == "-s" || startsWithSwitch(lower, 'p') || startsWithSwitch(lower, 'c');
 }
 
+// [SECTION] Film values
+
+// The film options' own bounds (they are no record or settings values).
+constexpr ValueRange kFpsRange{"fps", 1, 240, true};
+constexpr ValueRange kDurationRange{"duration", 0.01, 86400, false};
+constexpr ValueRange kShutterRange{"shutter", 0, 1, false};
+constexpr ValueRange kRandomSeedRange{"random-seed", 0, 4294967295.0, true};
+
+bool rangedValue(ArgCursor& c, const std::string& option, const ValueRange& range, double& out) {
+  std::string text;
+  if (!takeValue(c, option, text)) return false;
+  double v = 0;
+  if (!parseNumber(text, v) || !inRange(v, range)) {
+    problem(c, "неверное значение " + option + ": \"" + text + "\" (нужно " + rangeText(range) + ")");
+    return false;
+  }
+  out = v;
+  return true;
+}
+
+bool parseCount(const std::string& digits, int& out) {
+  if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos)
+    return false;
+  out = std::atoi(digits.c_str());
+  return true;
+}
+
+// "A-B" with A ≤ B, or "K/N" with 1 ≤ K ≤ N.
+bool parseFrameSelection(const std::string& text, FrameSelection& f) {
+  size_t dash = text.find('-'), slash = text.find('/');
+  FrameSelection out;
+  out.given = true;
+  if (dash != std::string::npos && slash == std::string::npos) {
+    if (!parseCount(text.substr(0, dash), out.first) || !parseCount(text.substr(dash + 1), out.last) ||
+        out.last < out.first)
+      return false;
+  } else if (slash != std::string::npos && dash == std::string::npos) {
+    if (!parseCount(text.substr(0, slash), out.share) || !parseCount(text.substr(slash + 1), out.shares) ||
+        out.share < 1 || out.share > out.shares)
+      return false;
+  } else {
+    return false;
+  }
+  f = out;
+  return true;
+}
+
+void framesValue(ArgCursor& c, const std::string& option) {
+  std::string value;
+  if (!takeValue(c, option, value)) return;
+  if (!parseFrameSelection(value, c.o.frames))
+    problem(c, "неверное значение " + option + ": \"" + value +
+                   "\" (нужно A-B, номера кадров с нуля, или K/N, доля K из N)");
+}
+
+void filmNumber(ArgCursor& c, const std::string& lower, const std::string& option) {
+  double v = 0;
+  if (lower == "--fps" && rangedValue(c, option, kFpsRange, v)) c.o.fps = int32_t(v);
+  else if (lower == "--duration" && rangedValue(c, option, kDurationRange, v)) c.o.duration = v;
+  else if (lower == "--shutter" && rangedValue(c, option, kShutterRange, v)) c.o.shutter = v;
+  else if (lower == "--random-seed" && rangedValue(c, option, kRandomSeedRange, v)) c.o.randomSeed = int64_t(v);
+}
+
 void shotValue(ArgCursor& c, const std::string& option) {
   c.o.shotAsked = true;
   std::string value;
@@ -175,6 +238,12 @@ bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) 
   else if (lower == "-window-id" || lower == "--window-id") textValue(c, name, o.windowId);
   else if (lower == "--size") sizeValue(c, name);
   else if (lower == "--thumbnail") thumbnailValues(c, name);
+  else if (lower == "--video") textValue(c, name, o.video);
+  else if (lower == "--path") textValue(c, name, o.pathFile);
+  else if (lower == "--from-frames") textValue(c, name, o.fromFrames);
+  else if (lower == "--frames") framesValue(c, name);
+  else if (lower == "--fps" || lower == "--duration" || lower == "--shutter" || lower == "--random-seed")
+    filmNumber(c, lower, name);
   else return false;
   return true;
 }
@@ -224,11 +293,32 @@ LaunchOptions parseCommandLine(const std::vector<std::string>& args) {
   // interactive start (a screen-saver host may pass switches of its own)
   // only warns.
   if (!o.problems.empty() && isUnattended(o)) o.error = o.problems.front();
+  if (o.error.empty() && isFilm(o)) o.error = filmOptionsProblem(o);
   return o;
 }
 
 bool isUnattended(const LaunchOptions& o) {
-  return o.shotAsked || o.printPreset || o.inputTest || o.thumbnailAsked;
+  return o.shotAsked || o.printPreset || o.inputTest || o.thumbnailAsked || isFilm(o);
+}
+
+bool isFilm(const LaunchOptions& o) { return !o.video.empty() || !o.fromFrames.empty() || !o.pathFile.empty(); }
+
+// What no single option can see: a film needs a destination, and its
+// source is either a path, the dive, or a finished folder.
+std::string filmOptionsProblem(const LaunchOptions& o) {
+  if (o.video.empty()) return "не задан --video (файл .mp4, .webm, .mkv или папка с / на конце)";
+  const bool folder = o.video.back() == '/' || o.video.back() == '\\';
+  if (!o.shot.empty()) return "--video и --shot нельзя задать вместе";
+  if (!o.fromFrames.empty()) {
+    if (folder) return "--from-frames кодирует папку кадров в файл: --video должен быть файлом";
+    if (!o.pathFile.empty() || o.dive > 0) return "--from-frames не сочетается с --path и --dive";
+    return "";
+  }
+  if (!o.pathFile.empty() && o.dive > 0) return "--path и --dive нельзя задать вместе";
+  if (o.pathFile.empty() && !(o.dive > 0))
+    return "для фильма нужен --path ФАЙЛ (записанный путь) или --dive СЕКУНДЫ (погружение)";
+  if (o.frames.given && !folder) return "--frames пишет часть кадров: --video должен быть папкой (с / на конце)";
+  return "";
 }
 
 // [SECTION] Texts and --print-preset
@@ -250,6 +340,16 @@ std::string usageText() {
          "  --hide-ui            скрыть интерфейс\n"
          "  --shot ПУТЬ          отрендерить PNG и отчёт ПУТЬ.log, затем выйти\n"
          "  --input-test         сценарий самопроверки ввода\n"
+         "  --video ФАЙЛ|ПАПКА/  снять фильм: .mp4 (H.264), .webm, .mkv (VP9)\n"
+         "                       или папку PNG-кадров frame_000000.png, ...\n"
+         "  --dive СЕКУНДЫ       с --video: фильм погружения такой длины\n"
+         "  --path ФАЙЛ          с --video: снять записанный путь камеры\n"
+         "  --fps N              кадров в секунду (по умолчанию 30 или как в пути)\n"
+         "  --duration С         длина фильма в секундах (путь обрезается)\n"
+         "  --frames A-B | K/N   только кадры A..B (с нуля) или доля K из N\n"
+         "  --random-seed N      зерно случайности погружения (печатается в журнале)\n"
+         "  --shutter S          размытие движения: доля кадра (0..1, 0 = нет)\n"
+         "  --from-frames ПАПКА  закодировать готовую папку кадров в --video ФАЙЛ\n"
          "  --size ШxВ           размер окна (или кадра без окна)\n"
          "  --headless           без окна (внеэкранный контекст)\n"
          "  --print-preset [ФАЙЛ] напечатать пресет ФАЙЛА или зерна и выйти\n"

@@ -8,6 +8,7 @@
 #include "app/dispatch.h"
 
 #include "app/commands.h"
+#include "app/film.h"
 #include "nav/gestures.h"
 #include "ui/widget_state.h"
 
@@ -79,6 +80,7 @@ void onPlainKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
     case 'h': toggleInterface(s); break;
     case 'l': toggleLive(s); break;
     case 'v': toggleDive(s); break;
+    case 'k': toggleRecording(s); break;
     case 'p': {
       int w = 0, h = 0;
       platform::drawableSize(s.window, w, h);

@@ -65,6 +65,7 @@ FrameInput beginFrame(AppState& s) {
   }
   if (s.live.on) liveAdvance(s.live, rawDt);
   if (s.paletteAnim.on) s.paletteAnim.phase = std::fmod(s.paletteAnim.phase + dt * s.paletteAnim.speed, 2.0);
+  if (s.recorder.on) recordSample(s.recorder, now, s.camera, s.live.on ? s.live.clock : -1, s.dive.on);
   return frameInputOf(s, now, moving);
 }
 

@@ -5,6 +5,16 @@
 #include <string>
 #include <vector>
 
+// --frames: a span "A-B" (0-based, inclusive) or a share "K/N" (1-based):
+// the frames are cut into blocks of kFilmBlock and share K takes blocks
+// K, K+N, K+2N, … so N processes split a film evenly whatever its length.
+inline constexpr int kFilmBlock = 8;
+struct FrameSelection {
+  int first = 0, last = -1;   // span; last −1 = to the end
+  int share = 0, shares = 0;  // share K of N; 0 = no share
+  bool given = false;
+};
+
 struct LaunchOptions {
   std::string shot;          // --shot PATH
   std::string seed;          // --seed TEXT
@@ -17,6 +27,16 @@ struct LaunchOptions {
   int32_t samples = 0;       // --samples N
   bool deep = false;         // --deep
   bool hideUi = false;       // --hide-ui
+
+  // Films
+  std::string video;         // --video FILE (.mp4 .webm .mkv) or DIR/ (numbered PNGs)
+  int32_t fps = 0;           // --fps N; 0: the path's own rate, 30 for a dive
+  double duration = 0;       // --duration S (0: the whole path, or the --dive time)
+  std::string pathFile;      // --path FILE: render a recorded path
+  FrameSelection frames;     // --frames A-B | K/N
+  int64_t randomSeed = -1;   // --random-seed N (−1: drawn, and printed)
+  double shutter = 0;        // --shutter S: motion blur over S of a frame's time
+  std::string fromFrames;    // --from-frames DIR: encode a finished PNG folder
 
   bool screensaver = false;  // /s, -s
   bool preview = false;      // /p…: exit at once
@@ -53,6 +73,10 @@ struct LaunchOptions {
 LaunchOptions parseCommandLine(const std::vector<std::string>& args);
 // A shot, --print-preset or the self-test: nobody is there to see a warning.
 bool isUnattended(const LaunchOptions& o);
+// --video, --path or --from-frames: a film run.
+bool isFilm(const LaunchOptions& o);
+// Why the film options do not make a film together; empty when they do.
+std::string filmOptionsProblem(const LaunchOptions& o);
 std::string usageText();
 std::string versionText();
 // --print-preset: writes the preset (indent 2) to `out`, or an error line to

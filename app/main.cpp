@@ -13,6 +13,7 @@
 #include "app/app_state.h"
 #include "app/commands.h"
 #include "app/dispatch.h"
+#include "app/film.h"
 #include "app/frame.h"
 #include "app/input_test.h"
 #include "app/interface.h"
@@ -63,8 +64,9 @@ struct Run {
 
   bool shot() const { return !opts.shot.empty(); }
   bool thumbnail() const { return !opts.thumbnail.empty(); }
-  // A shot or the self-test: the run drives itself and stops on its own.
-  bool scripted() const { return shot() || opts.inputTest; }
+  bool film() const { return isFilm(opts); }
+  // A shot, a film or the self-test: the run drives itself and stops on its own.
+  bool scripted() const { return shot() || film() || opts.inputTest; }
 };
 
 // [SECTION] Early exits (before any window)
@@ -118,6 +120,12 @@ platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, std::s
     d.width = o.width;
     d.height = o.height;
   }
+  // A film's frames have targets of their own; its window is where the dive
+  // is planned, small.
+  if (isFilm(o)) {
+    d.kind = platform::WindowKind::Headless;
+    filmPlanSize(o, d.width, d.height);
+  }
   d.forceHeadless = o.headless;
   return platform::createWindow(d, error);
 }
@@ -137,8 +145,10 @@ void startRandomDive(AppState& s) {
 // Settings, then the file named on the command line, then the options of an
 // unattended run: each later one wins.
 void loadStartingState(AppState& s, Run& run) {
-  if (!run.statePath.empty()) loadState(run.statePath, s.params, s.settings, s.history.recent);
   LaunchOptions& o = run.opts;
+  // A film is made again alike on any machine: this one's settings file
+  // does not shape it.
+  if (!run.statePath.empty() && !run.film()) loadState(run.statePath, s.params, s.settings, s.history.recent);
   if (!o.file.empty()) {
     FractalParams p;
     std::string message;
@@ -174,6 +184,7 @@ void loadStartingState(AppState& s, Run& run) {
   int w = 0, h = 0;
   platform::drawableSize(s.window, w, h);
   if (run.shot() && w < 2 * (w - panelLeftEdge(s, w))) s.uiHidden = true;
+  if (run.film()) s.uiHidden = true;
   if (s.screensaverMode) startRandomDive(s);
 }
 
@@ -298,6 +309,13 @@ void runLoop(AppState& s, Run& run) {
 
 int runProgram(Run& run) {
   std::string error;
+  // A film that cannot be encoded here says so before its dive is planned.
+  const std::string& video = run.opts.video;
+  const bool videoFile = run.film() && !video.empty() && video.back() != '/' && video.back() != '\\';
+  if (videoFile && !platform::videoSupported(video, error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 2;
+  }
   if (run.shot() && !shotInputsUsable(run.opts, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
@@ -337,6 +355,12 @@ int runProgram(Run& run) {
     destroyRenderer(s->renderer);
     platform::destroyWindow(window);
     return 1;
+  }
+  if (run.film()) {
+    const int status = runFilm(*s, run.opts);
+    destroyRenderer(s->renderer);
+    platform::destroyWindow(window);
+    return status;
   }
   // The screen saver shows no interface, so it spends no time on the atlas;
   // nor does a thumbnail, which is the picture alone (no progress bar).

@@ -14,6 +14,7 @@
 
 #include "app/app_state.h"
 #include "app/commands.h"
+#include "app/film.h"
 #include "model/tables.h"
 #include "ui/ui_context.h"
 
@@ -295,6 +296,10 @@ void tabMotion(AppState& s, WidgetState& w) {
   label(w, "Форма, складки и цвет медленно перетекают. L.");
   slider(w, "Сила живого режима", s.live.amount, {0, 1.5, 2, "", false, nullptr});
   slider(w, "Темп живого режима", s.live.speed, {0.1, 4, 2, "×", false, nullptr});
+  gap(w, 4);
+  label(w, "Запись", true);
+  bool recording = s.recorder.on;
+  if (toggle(w, "Записать путь", recording, "K")) toggleRecording(s);
   gap(w, 4);
   if (!section(w, "Объектив", ps.lensOpen)) return;
   recordSlider(s, w, "Поле зрения", s.params.fov, {20, 120, 0, "°", false, nullptr});

@@ -193,4 +193,28 @@ bool rasterizeGlyphs(const FontRequest& font, const std::vector<uint32_t>& codep
 // into PNG bytes, top-down and opaque. Returns false on failure.
 bool encodePngPixels(const uint8_t* rgbaBottomUp, int width, int height, std::string& png);
 
+// Decodes a PNG (any bit depth or colour type) into 8-bit RGBA, rows
+// bottom-up as encodePngPixels takes them. False when it is not a whole PNG.
+bool decodePngPixels(const std::string& png, int& width, int& height, std::vector<uint8_t>& rgbaBottomUp);
+
+// [SECTION] Video writing
+
+// One video file made of frames, like a PNG made of pixels. The container
+// and codec follow the extension: ".mp4" H.264 (yuv420p, constant quality,
+// index at the front so players start at once); ".webm" and ".mkv" VP9.
+// The file is written beside its name and renamed when closed, so it exists
+// whole or not at all. Errors are Russian lines for the user.
+struct VideoWriter;
+// Whether this build can write `path` (its extension); `error` says why not.
+bool videoSupported(const std::string& path, std::string& error);
+VideoWriter* openVideo(const std::string& path, int width, int height, int fps, std::string& error);
+// One frame of width·height RGBA bytes, bottom row first.
+bool writeVideoFrame(VideoWriter* v, const uint8_t* rgbaBottomUp, std::string& error);
+// Finishes the file and frees the writer; false with `error` leaves no file.
+bool closeVideo(VideoWriter* v, std::string& error);
+// Frees the writer and removes what it wrote (a cancelled film).
+void abandonVideo(VideoWriter* v);
+// The encoder's name, for the report ("libx264").
+std::string videoEncoderName(const VideoWriter* v);
+
 }  // namespace platform

@@ -65,4 +65,58 @@ bool encodePngPixels(const uint8_t* rgbaBottomUp, int width, int height, std::st
   return true;
 }
 
+
+namespace {
+
+struct ReadCursor {
+  const std::string* bytes;
+  size_t at;
+};
+
+void readFromString(png_structp png, png_bytep data, png_size_t length) {
+  auto* c = static_cast<ReadCursor*>(png_get_io_ptr(png));
+  if (c->at + length > c->bytes->size()) png_error(png, "short");
+  std::memcpy(data, c->bytes->data() + c->at, length);
+  c->at += length;
+}
+
+}  // namespace
+
+bool decodePngPixels(const std::string& png, int& width, int& height, std::vector<uint8_t>& rgbaBottomUp) {
+  width = height = 0;
+  rgbaBottomUp.clear();
+  if (png.size() < 8 || png_sig_cmp(reinterpret_cast<png_const_bytep>(png.data()), 0, 8) != 0) return false;
+  ReadCursor cursor{&png, 0};
+  png_structp r = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  if (!r) return false;
+  png_infop info = png_create_info_struct(r);
+  std::vector<uint8_t>& out = rgbaBottomUp;
+  std::vector<png_bytep> rows;
+  if (!info || setjmp(png_jmpbuf(r))) {
+    png_destroy_read_struct(&r, &info, nullptr);
+    out.clear();
+    width = height = 0;
+    return false;
+  }
+  png_set_read_fn(r, &cursor, readFromString);
+  png_set_user_limits(r, 1u << 15, 1u << 15);
+  png_read_info(r, info);
+  png_set_expand(r);
+  png_set_strip_16(r);
+  png_set_gray_to_rgb(r);
+  png_set_add_alpha(r, 0xff, PNG_FILLER_AFTER);
+  png_set_interlace_handling(r);
+  png_read_update_info(r, info);
+  width = int(png_get_image_width(r, info));
+  height = int(png_get_image_height(r, info));
+  out.assign(size_t(width) * size_t(height) * 4, 0);
+  rows.resize(size_t(height));
+  // Bottom-up, as GL reads pixels back and the encoders take them.
+  for (int y = 0; y < height; ++y) rows[size_t(y)] = out.data() + size_t(height - 1 - y) * size_t(width) * 4;
+  png_read_image(r, rows.data());
+  png_read_end(r, nullptr);
+  png_destroy_read_struct(&r, &info, nullptr);
+  return true;
+}
+
 }  // namespace platform

@@ -7,6 +7,7 @@
 #include <objidl.h>
 #include <wincodec.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace platform {
@@ -88,6 +89,34 @@ bool encodePngPixels(const uint8_t* rgbaBottomUp, int width, int height, std::st
     return false;
   if (!writeFrame(encoder.p, rgbaBottomUp, width, height) || FAILED(encoder->Commit())) return false;
   return streamBytes(stream.p, png) && png.size() >= 33;
+}
+
+
+bool decodePngPixels(const std::string& png, int& width, int& height, std::vector<uint8_t>& rgbaBottomUp) {
+  width = height = 0;
+  rgbaBottomUp.clear();
+  if (png.size() < 8 || png.size() > 0xffffffffu) return false;
+  Held<IWICImagingFactory> factory;
+  Held<IWICStream> stream;
+  Held<IWICBitmapDecoder> decoder;
+  Held<IWICBitmapFrameDecode> frame;
+  Held<IWICBitmapSource> rgba;
+  if (!createFactory(factory) || FAILED(factory->CreateStream(stream.out())) ||
+      FAILED(stream->InitializeFromMemory(reinterpret_cast<BYTE*>(const_cast<char*>(png.data())), DWORD(png.size()))) ||
+      FAILED(factory->CreateDecoderFromStream(stream.p, nullptr, WICDecodeMetadataCacheOnDemand, decoder.out())) ||
+      FAILED(decoder->GetFrame(0, frame.out())) ||
+      FAILED(WICConvertBitmapSource(GUID_WICPixelFormat32bppRGBA, frame.p, rgba.out())))
+    return false;
+  UINT w = 0, h = 0;
+  if (FAILED(rgba->GetSize(&w, &h)) || w < 1 || h < 1 || w > 32768 || h > 32768) return false;
+  std::vector<uint8_t> topDown(size_t(w) * h * 4);
+  if (FAILED(rgba->CopyPixels(nullptr, w * 4, UINT(topDown.size()), topDown.data()))) return false;
+  rgbaBottomUp.resize(topDown.size());
+  for (UINT r = 0; r < h; ++r)
+    std::copy_n(topDown.data() + size_t(r) * w * 4, size_t(w) * 4, rgbaBottomUp.data() + size_t(h - 1 - r) * w * 4);
+  width = int(w);
+  height = int(h);
+  return true;
 }
 
 }  // namespace platform

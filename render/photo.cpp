@@ -33,7 +33,7 @@ TraceView photoView(const Renderer& r, const FrameInput& in, int w, int h) {
   v.width = w;
   v.height = h;
   v.camera = in.camera;
-  v.sequenceBase = r.sequence;
+  v.sequenceBase = in.jitterSequence >= 0 ? uint32_t(in.jitterSequence) : r.sequence;
   v.maxSteps = photoStepBudget(s.maxSteps, in.diveActive, diveDepth(type.camDist, dist));
   v.detail = float(s.precision);
   v.iterations = frameIterations(p, in.diveActive, dist);

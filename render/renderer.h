@@ -51,6 +51,9 @@ struct FrameInput {
   double palettePhase = 0;         // palette animation phase in palette lengths; a change refills
   int targetSamples = 0;           // samples to accumulate; 0 = settings->samples
   bool unattended = false;         // a shot: bands may run for seconds (no one is waiting on the loop)
+  // A photo's jitter sequence start; −1: the renderer's running counter. A
+  // film frame passes its own, so whichever process draws it draws it alike.
+  int64_t jitterSequence = -1;
   const AppSettings* settings = nullptr;
 };
 

@@ -12,6 +12,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   glslang-tools pngcheck
   desktop-file-utils appstream libxml2-utils
+  libavformat-dev libavcodec-dev libswscale-dev ffmpeg
 )
 if [ "${1:-}" = "--dev" ]; then
   packages+=(clang libclang-rt-dev xvfb imagemagick x11-utils x11-xserver-utils xdotool zenity openbox)

@@ -175,3 +175,48 @@ TEST(CommandLine, ThumbnailAndRoot) {
   EXPECT_FALSE(parse({"-root"}).screensaver);
   EXPECT_TRUE(parse({"-root"}).problems.empty());
 }
+
+// The film options: values, the frame selections, and the combinations a
+// film cannot be made of (each a usage error before any work).
+TEST(CommandLine, FilmOptions) {
+  LaunchOptions o = parse({"--video", "out/", "--dive", "20", "--fps", "24", "--duration", "12.5", "--frames",
+                           "3/8", "--random-seed", "4294967295", "--shutter", "0.5"});
+  EXPECT_TRUE(o.error.empty()) << o.error;
+  EXPECT_TRUE(isFilm(o) && isUnattended(o));
+  EXPECT_EQ(o.video, "out/");
+  EXPECT_EQ(o.fps, 24);
+  EXPECT_EQ(o.duration, 12.5);
+  EXPECT_EQ(o.randomSeed, 4294967295LL);
+  EXPECT_EQ(o.shutter, 0.5);
+  EXPECT_TRUE(o.frames.given && o.frames.share == 3 && o.frames.shares == 8);
+  o = parse({"--video", "f/", "--path", "p.json", "--frames", "10-19"});
+  EXPECT_TRUE(o.error.empty()) << o.error;
+  EXPECT_TRUE(o.frames.first == 10 && o.frames.last == 19 && o.frames.shares == 0);
+  EXPECT_EQ(parse({"--video", "a.mp4", "--from-frames", "f/"}).error, "");
+  EXPECT_EQ(parse({"--video", "a.mp4"}).fps, 0);  // the path's own rate, or 30
+
+  const std::pair<std::vector<std::string>, const char*> bad[] = {
+      {{"--video", "a.mp4", "--dive", "1", "--fps", "0"}, "неверное значение --fps: \"0\" (нужно целое число от 1 до 240)"},
+      {{"--video", "a.mp4", "--dive", "1", "--fps", "2.5"},
+       "неверное значение --fps: \"2.5\" (нужно целое число от 1 до 240)"},
+      {{"--video", "a.mp4", "--dive", "1", "--shutter", "2"}, "неверное значение --shutter: \"2\" (нужно число от 0 до 1)"},
+      {{"--video", "a.mp4", "--dive", "1", "--random-seed", "-1"},
+       "неверное значение --random-seed: \"-1\" (нужно целое число от 0 до 4.29497e+09)"},
+      {{"--video", "d/", "--dive", "1", "--frames", "5-2"},
+       "неверное значение --frames: \"5-2\" (нужно A-B, номера кадров с нуля, или K/N, доля K из N)"},
+      {{"--video", "d/", "--dive", "1", "--frames", "0/4"},
+       "неверное значение --frames: \"0/4\" (нужно A-B, номера кадров с нуля, или K/N, доля K из N)"},
+      {{"--video", "d/", "--dive", "1", "--frames", "x"},
+       "неверное значение --frames: \"x\" (нужно A-B, номера кадров с нуля, или K/N, доля K из N)"},
+      {{"--video", "a.mp4"}, "для фильма нужен --path ФАЙЛ (записанный путь) или --dive СЕКУНДЫ (погружение)"},
+      {{"--path", "p.json"}, "не задан --video (файл .mp4, .webm, .mkv или папка с / на конце)"},
+      {{"--video", "a.mp4", "--path", "p.json", "--dive", "3"}, "--path и --dive нельзя задать вместе"},
+      {{"--video", "a.mp4", "--dive", "3", "--frames", "0-9"},
+       "--frames пишет часть кадров: --video должен быть папкой (с / на конце)"},
+      {{"--video", "d/", "--from-frames", "f/"},
+       "--from-frames кодирует папку кадров в файл: --video должен быть файлом"},
+      {{"--video", "a.mp4", "--dive", "3", "--shot", "x.png"}, "--video и --shot нельзя задать вместе"},
+  };
+  for (const auto& [args, line] : bad) EXPECT_EQ(parse(args).error, line);
+  EXPECT_NE(usageText().find("--frames A-B | K/N"), std::string::npos);
+}

@@ -5,6 +5,7 @@
 #include "app/app_state.h"
 #include "app/commands.h"
 #include "app/dispatch.h"
+#include "app/film.h"
 #include "app/frame.h"
 #include "io/files.h"
 #include "model/tables.h"
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cmath>
@@ -372,4 +374,81 @@ TEST_F(Dispatch, APhotoIsWrittenWithItsPresetAndCancelledByEscape) {
   post(EventType::KeyDown, platform::kKeyEscape);
   EXPECT_FALSE(writePhoto(*s, path.string(), 40, 30, 64, problem));
   EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+// K records what the camera does (a drag, the wheel, the dive); the saved
+// path, resampled at the film's rate, holds the recorded cameras, and its
+// first frame rendered from the file alone is the photo of the recorded view.
+TEST_F(Dispatch, RecordedPathHoldsTheCameraAndRendersFromTheFile) {
+  key('k');
+  pump();
+  ASSERT_TRUE(s->recorder.on);
+  std::vector<double> logDists;
+  auto frames = [&](int n) {
+    for (int i = 0; i < n; ++i) {
+      runFrame(*s);
+      logDists.push_back(s->camera.logDist);
+    }
+  };
+  const double yaw0 = s->camera.yaw, logDist0 = s->camera.logDist;
+  frames(3);
+  drag(80, 50, 110, 40);
+  pump();
+  frames(6);
+  wheel(80, 50, 2);
+  pump();
+  frames(6);
+  key('v');
+  pump();
+  ASSERT_TRUE(s->dive.on);
+  frames(8);
+  const std::vector<double> times = s->recorder.times;
+  const std::vector<PathFrame> samples = s->recorder.samples;
+  ASSERT_EQ(samples.size(), logDists.size());  // one per frame drawn
+  ASSERT_TRUE(finishRecording(s->recorder));
+  const std::string file = (std::filesystem::temp_directory_path() /
+                            ("qtx_path_" + std::to_string(getpid()) + ".json")).string();
+  ASSERT_TRUE(saveRecording(*s, file));
+  FilmPath p;
+  std::string error;
+  ASSERT_TRUE(loadFilmPath(file, p, error)) << error;
+  std::filesystem::remove(file);
+  EXPECT_EQ(p.fps, 30);
+  EXPECT_TRUE(p.dive);
+  EXPECT_EQ(p.width, kW);
+  EXPECT_EQ(p.record, s->params);
+  EXPECT_EQ(p.frames.size(), size_t(std::floor((times.back() - times.front()) * 30)) + 1);
+  EXPECT_EQ(p.frames.front().yaw, yaw0);
+  EXPECT_EQ(p.frames.front().logDist, logDist0);
+  // Frame k shows the camera of its moment: between the two frames drawn around it.
+  for (size_t k = 0; k < p.frames.size(); ++k) {
+    const double t = times.front() + double(k) / 30;
+    size_t j = 0;
+    while (j + 2 < times.size() && times[j + 1] <= t) ++j;
+    const double a = samples[j].logDist, b = samples[j + 1].logDist;
+    EXPECT_GE(p.frames[k].logDist, std::min(a, b) - 1e-12) << k;
+    EXPECT_LE(p.frames[k].logDist, std::max(a, b) + 1e-12) << k;
+    EXPECT_GE(p.frames[k].yaw, std::min(samples[j].yaw, samples[j + 1].yaw) - 1e-9) << k;
+    EXPECT_LE(p.frames[k].yaw, std::max(samples[j].yaw, samples[j + 1].yaw) + 1e-9) << k;
+  }
+  EXPECT_LT(p.frames.back().yaw, yaw0);  // the drag to the right turned it
+  EXPECT_LT(p.frames.back().logDist, logDist0 - 0.2);  // the wheel and the dive went in
+
+  std::vector<uint8_t> fromPath, photo;
+  ASSERT_TRUE(renderPathFrame(*s, p, 0, 48, 28, 2, 0, fromPath, nullptr));
+  Camera c;
+  cameraOfFrame(p.frames.front(), c);
+  FrameInput in;
+  in.params = &p.record;
+  in.camera = cameraViewOf(c, p.record.fov);
+  in.diveActive = true;
+  in.settings = &p.quality;
+  in.jitterSequence = 0;
+  s->renderer.deep = false;
+  s->renderer.focusDepth = 0;
+  ASSERT_TRUE(renderPhoto(s->renderer, 48, 28, 2, in, photo, nullptr));
+  EXPECT_EQ(fromPath, photo);
+  std::vector<uint8_t> last;
+  ASSERT_TRUE(renderPathFrame(*s, p, double(p.frames.size() - 1), 48, 28, 2, 0, last, nullptr));
+  EXPECT_NE(last, fromPath);
 }

@@ -11,7 +11,10 @@
 #   4. a PNG written by the Linux build opens (its preset reads back the same);
 #   5. a normal run, closed like a user closes it, writes state.json into the
 #      roaming application-data folder;
-#   6. --input-test passes every step.
+#   6. --input-test passes every step;
+#   7. a short dive film as numbered PNGs has the Linux build's pixels, and an
+#      .mp4 of it is written or, without Media Foundation's encoder, refused
+#      with its message.
 # Usage: tests/windows/wine_smoke.sh   (after ./test.sh, which leaves the Linux
 # build in build-test; it is built here when missing). Exits non-zero when any
 # check fails, naming it.
@@ -145,6 +148,28 @@ input_test_passes() {
   grep -q '^ОК' "$log" || { say "  the log has no passed step"; sed 's/^/  /' "$log"; return 1; }
 }
 
+film_frames_and_mp4() {
+  local opts=(--dive 1 --fps 4 --size 96x54 --seed "$seed" --type mandelbulb --random-seed 5 --samples 2)
+  "$linux_exe" --video "$work/linux-film/" "${opts[@]}" >"$work/linux-film.out" 2>&1 || return 1
+  limit=180 win --video "$(winpath "$work/win-film")\\" "${opts[@]}" >"$work/win-film.out" 2>&1 ||
+    { tail -3 "$work/win-film.out"; return 1; }
+  local f differing
+  for f in "$work"/linux-film/frame_*.png; do
+    differing=$(compare -metric AE "$f" "$work/win-film/${f##*/}" null: 2>&1)
+    [ "$differing" = "0" ] || { say "  ${f##*/}: $differing pixels differ from the Linux frame"; return 1; }
+  done
+  limit=180 win --video "$(winpath "$work/win.mp4")" --path "$(winpath "$work/win-film/path.json")" \
+    --samples 2 >"$work/win-mp4.out" 2>&1
+  if [ $? -eq 0 ]; then
+    [ -s "$work/win.mp4" ] || { say "  no .mp4 written"; return 1; }
+    say "  .mp4 written by Media Foundation"
+  else
+    grep -q "Кодировщик H.264 (Media Foundation) недоступен" "$work/win-mp4.out" ||
+      { tail -3 "$work/win-mp4.out"; return 1; }
+    say "  no H.264 encoder here: refused with its message"
+  fi
+}
+
 check "imports only system DLLs" imports_are_system_dlls
 check "the Windows backend's own checks" backend_checks_pass
 check "--print-preset of a Cyrillic seed equals Linux" print_preset_matches
@@ -152,6 +177,7 @@ check "--shot PNG passes pngcheck, preset and pixels equal the Linux shot's" sho
 check "a PNG from the Linux build opens" linux_png_opens
 check "settings land in %APPDATA%\\Quorvantelix" settings_in_roaming_folder
 check "--input-test passes every step" input_test_passes
+check "a film's PNG frames equal Linux's; .mp4 written or refused with a message" film_frames_and_mp4
 
 say "wine smoke: $(( $(date +%s) - started )) s under Wine, $(( $(date +%s) - ${QTX_SMOKE_START:-$started} )) s with the builds"
 if [ ${#failures[@]} -gt 0 ]; then
