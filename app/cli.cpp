@@ -4,6 +4,7 @@
 
 #include "io/files.h"
 #include "io/json.h"
+#include "io/poster_part.h"
 #include "io/preset.h"
 #include "model/ranges.h"
 #include "model/seed.h"
@@ -141,6 +142,26 @@ void shotValue(ArgCursor& c, const std::string& option) {
   c.o.shot = value;
 }
 
+// --part K/N makes the shot a poster's part.
+void partValue(ArgCursor& c, const std::string& option) {
+  std::string value;
+  if (!takeValue(c, option, value)) return;
+  if (!parsePartSpec(value, c.o.partIndex, c.o.partCount)) {
+    c.o.partIndex = c.o.partCount = 0;
+    problem(c, "неверная часть " + option + ": \"" + value + "\" (нужно K/N, 1 ≤ K ≤ N)");
+    return;
+  }
+  c.o.poster = true;
+}
+
+// --assemble OUT PART...: the parts are every word up to the next option.
+void assembleValue(ArgCursor& c, const std::string& option) {
+  if (!takeValue(c, option, c.o.assemble)) return;
+  while (c.index + 1 < c.args.size() && c.args[c.index + 1].rfind("--", 0) != 0)
+    c.o.assembleParts.push_back(c.args[++c.index]);
+  if (c.o.assembleParts.empty()) problem(c, "у параметра " + option + " нет частей");
+}
+
 // Options that take a value; true when `lower` was one of them. A value that
 // fails its check leaves the option's default and a problem line.
 bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) {
@@ -156,6 +177,8 @@ bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) 
   else if (lower == "--dive-until") numberValue(c, name, "diveUntil", o.diveUntil);
   else if (lower == "-window-id" || lower == "--window-id") textValue(c, name, o.windowId);
   else if (lower == "--size") sizeValue(c, name);
+  else if (lower == "--part") partValue(c, name);
+  else if (lower == "--assemble") assembleValue(c, name);
   else return false;
   return true;
 }
@@ -166,6 +189,7 @@ bool parseFlag(const std::string& lower, LaunchOptions& o) {
   else if (lower == "--input-test") o.inputTest = true;
   else if (lower == "--print-preset") o.printPreset = true;
   else if (lower == "--headless") o.headless = true;
+  else if (lower == "--poster") o.poster = true;
   else if (lower == "--help" || lower == "-h") o.help = true;
   else if (lower == "--version") o.version = true;
   else return false;
@@ -199,7 +223,9 @@ LaunchOptions parseCommandLine(const std::vector<std::string>& args) {
   return o;
 }
 
-bool isUnattended(const LaunchOptions& o) { return o.shotAsked || o.printPreset || o.inputTest; }
+bool isUnattended(const LaunchOptions& o) {
+  return o.shotAsked || o.printPreset || o.inputTest || !o.assemble.empty() || o.partCount > 0;
+}
 
 // [SECTION] Texts and --print-preset
 
@@ -219,6 +245,9 @@ std::string usageText() {
          "  --dive-until D       остановить погружение на расстоянии D\n"
          "  --hide-ui            скрыть интерфейс\n"
          "  --shot ПУТЬ          отрендерить PNG и отчёт ПУТЬ.log, затем выйти\n"
+         "  --poster             снимок как постер: по плиткам, любой размер до 65535x65535\n"
+         "  --part K/N           только полоса K из N постера (часть для кластера)\n"
+         "  --assemble ВЫХОД ЧАСТИ... собрать постер из частей и выйти\n"
          "  --input-test         сценарий самопроверки ввода\n"
          "  --size ШxВ           размер окна (или кадра без окна)\n"
          "  --headless           без окна (внеэкранный контекст)\n"
