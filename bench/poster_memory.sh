@@ -9,7 +9,7 @@ set -u
 prog=${1:?usage: poster_memory.sh PROGRAM [OUT.png] [WxH] [BOUND_MIB]}
 out=${2:-poster_20000.png}
 size=${3:-20000x20000}
-bound=${4:-512}
+bound=${4:-768}
 # The fractal small in the middle of a wide sky: the sky is cheap to trace,
 # and the tiles around the fractal still go through bloom and vignette.
 "$prog" --shot "$out" --poster --seed classic --type mandelbulb --dist 8 --size "$size" --samples 1 || exit 1

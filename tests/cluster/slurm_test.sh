@@ -59,6 +59,9 @@ SlurmctldHost=$host
 SlurmUser=root
 SlurmdUser=root
 AuthType=auth/munge
+# A requeued task may start again only after its old credential expires
+# (120 s by default); the test requeues on purpose and has no time to lose.
+AuthInfo=cred_expire=10
 SlurmctldPort=16817
 SlurmdPort=16818
 StateSaveLocation=$dir/state
