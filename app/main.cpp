@@ -359,6 +359,10 @@ void runLoop(AppState& s, Run& run) {
 
 int runProgram(Run& run) {
   std::string error;
+  if (run.poster() && (run.opts.width > kPosterMaxSide || run.opts.height > kPosterMaxSide)) {
+    std::fprintf(stderr, "размер постера больше предела 65535x65535: %dx%d\n", run.opts.width, run.opts.height);
+    return 1;
+  }
   if (run.shot() && !shotInputsUsable(run.opts, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
