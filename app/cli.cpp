@@ -4,6 +4,7 @@
 
 #include "io/files.h"
 #include "io/json.h"
+#include "io/poster_part.h"
 #include "io/preset.h"
 #include "model/ranges.h"
 #include "model/seed.h"
@@ -222,6 +223,26 @@ void thumbnailValues(ArgCursor& c, const std::string& option) {
   c.o.thumbnailSize = n;
 }
 
+// --part K/N makes the shot a poster's part.
+void partValue(ArgCursor& c, const std::string& option) {
+  std::string value;
+  if (!takeValue(c, option, value)) return;
+  if (!parsePartSpec(value, c.o.partIndex, c.o.partCount)) {
+    c.o.partIndex = c.o.partCount = 0;
+    problem(c, "неверная часть " + option + ": \"" + value + "\" (нужно K/N, 1 ≤ K ≤ N)");
+    return;
+  }
+  c.o.poster = true;
+}
+
+// --assemble OUT PART...: the parts are every word up to the next option.
+void assembleValue(ArgCursor& c, const std::string& option) {
+  if (!takeValue(c, option, c.o.assemble)) return;
+  while (c.index + 1 < c.args.size() && c.args[c.index + 1].rfind("--", 0) != 0)
+    c.o.assembleParts.push_back(c.args[++c.index]);
+  if (c.o.assembleParts.empty()) problem(c, "у параметра " + option + " нет частей");
+}
+
 // Options that take a value; true when `lower` was one of them. A value that
 // fails its check leaves the option's default and a problem line.
 bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) {
@@ -244,6 +265,8 @@ bool parseValueOption(const std::string& lower, ArgCursor& c, LaunchOptions& o) 
   else if (lower == "--frames") framesValue(c, name);
   else if (lower == "--fps" || lower == "--duration" || lower == "--shutter" || lower == "--random-seed")
     filmNumber(c, lower, name);
+  else if (lower == "--part") partValue(c, name);
+  else if (lower == "--assemble") assembleValue(c, name);
   else return false;
   return true;
 }
@@ -255,6 +278,7 @@ bool parseFlag(const std::string& lower, LaunchOptions& o) {
   else if (lower == "--print-preset") o.printPreset = true;
   else if (lower == "--headless") o.headless = true;
   else if (lower == "-root" || lower == "--root") o.root = true;
+  else if (lower == "--poster") o.poster = true;
   else if (lower == "--help" || lower == "-h") o.help = true;
   else if (lower == "--version") o.version = true;
   else return false;
@@ -298,7 +322,8 @@ LaunchOptions parseCommandLine(const std::vector<std::string>& args) {
 }
 
 bool isUnattended(const LaunchOptions& o) {
-  return o.shotAsked || o.printPreset || o.inputTest || o.thumbnailAsked || isFilm(o);
+  return o.shotAsked || o.printPreset || o.inputTest || o.thumbnailAsked || isFilm(o) || !o.assemble.empty() ||
+         o.partCount > 0;
 }
 
 bool isFilm(const LaunchOptions& o) { return !o.video.empty() || !o.fromFrames.empty() || !o.pathFile.empty(); }
@@ -339,6 +364,9 @@ std::string usageText() {
          "  --dive-until D       остановить погружение на расстоянии D\n"
          "  --hide-ui            скрыть интерфейс\n"
          "  --shot ПУТЬ          отрендерить PNG и отчёт ПУТЬ.log, затем выйти\n"
+         "  --poster             снимок как постер: по плиткам, любой размер до 65535x65535\n"
+         "  --part K/N           только полоса K из N постера (часть для кластера)\n"
+         "  --assemble ВЫХОД ЧАСТИ... собрать постер из частей и выйти\n"
          "  --input-test         сценарий самопроверки ввода\n"
          "  --video ФАЙЛ|ПАПКА/  снять фильм: .mp4 (H.264), .webm, .mkv (VP9)\n"
          "                       или папку PNG-кадров frame_000000.png, ...\n"

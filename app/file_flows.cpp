@@ -9,6 +9,7 @@
 //   [SECTION] Photo
 #include "app/commands.h"
 #include "app/interface.h"
+#include "app/poster.h"
 
 #include "io/files.h"
 #include "io/png_chunk.h"
@@ -176,24 +177,19 @@ bool photoProgress(AppState& s, double fraction, double secondsLeft, double& sho
 
 }  // namespace
 
+// A photo is a poster: rendered a tile at a time and streamed into the file,
+// so any size fits in memory.
 bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem) {
-  std::vector<uint8_t> pixels;
   s.photoRunning = true;
-  FrameInput in = frameInputOf(s, platform::now(), false);
   showPhotoProgress(s, "Рендер 0% · Esc — отмена");
   double shownAt = platform::now();
-  bool done = renderPhoto(s.renderer, w, h, samples, in, pixels, [&s, &shownAt](double f, double left) {
-    return photoProgress(s, f, left, shownAt);
-  });
+  bool done = writePoster(s, path, w, h, samples, PosterPart{},
+                          [&s, &shownAt](double f, double left) { return photoProgress(s, f, left, shownAt); },
+                          problem);
   s.photoRunning = false;
   platform::setTitle(s.window, kAppTitle);
-  if (!done) return false;
-  std::string png;
-  if (!platform::encodePngPixels(pixels.data(), w, h, png) || !splicePresetChunk(png, presetText(liveParams(s), 0)))
-    problem = "не удалось закодировать PNG";
-  else if (!writeFileAtomic(path, png))
-    problem = "не удалось записать " + path;
-  return true;
+  // A failure to write still counts as an end of the render: the caller shows the problem.
+  return done || !problem.empty();
 }
 
 void photoFlow(AppState& s, int w, int h, int samples) {

@@ -58,6 +58,11 @@ struct LaunchOptions {
   bool thumbnailAsked = false;
   std::string thumbnail;
   int thumbnailSize = 0;
+  // Posters and parts for cluster schedulers.
+  bool poster = false;       // --poster: the shot rendered in tiles, any size
+  int partIndex = 0, partCount = 0;  // --part K/N (from 1): rows of part K
+  std::string assemble;      // --assemble OUT PARTS...
+  std::vector<std::string> assembleParts;
   // One Russian line per option that could not be taken (unknown, missing
   // or malformed value, out of range); the option keeps its default.
   std::vector<std::string> problems;

@@ -18,6 +18,7 @@
 #include "app/input_test.h"
 #include "app/interface.h"
 #include "app/launch.h"
+#include "app/poster.h"
 #include "app/shot.h"
 #include "io/files.h"
 #include "io/settings.h"
@@ -49,6 +50,8 @@ constexpr int kThumbnailSamples = 6;
 // Larger thumbnails are traced at this side and scaled up by the composite:
 // the costly pass stays within the time limit at every cache size.
 constexpr double kThumbnailTraceSide = 200.0;
+constexpr int kPosterFromSide = 8192;     // larger shots are posters: no GPU holds every frame above it
+constexpr int kPosterPreview = 640;       // the window a poster's dive runs in
 
 struct Run {
   LaunchOptions opts;
@@ -63,6 +66,11 @@ struct Run {
   std::string startMessage;   // shown in the window once the first frame can draw it
 
   bool shot() const { return !opts.shot.empty(); }
+  // A shot too large for a frame, or asked for as a poster or a part, is
+  // rendered in tiles after the dive instead of read from the window.
+  bool poster() const {
+    return shot() && (opts.poster || opts.partCount > 0 || opts.width > kPosterFromSide || opts.height > kPosterFromSide);
+  }
   bool thumbnail() const { return !opts.thumbnail.empty(); }
   bool film() const { return isFilm(opts); }
   // A shot, a film or the self-test: the run drives itself and stops on its own.
@@ -77,6 +85,27 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
   if (!o.error.empty()) {
     std::fprintf(stderr, "%s\n", o.error.c_str());
     status = 2;
+    return true;
+  }
+  if (o.partCount > 0 && o.shot.empty()) {
+    std::fprintf(stderr, "--part пишет часть постера: нужен ещё --shot ПУТЬ\n");
+    status = 2;
+    return true;
+  }
+  // A part must be the same picture in every process: a dive is timed.
+  if (o.partCount > 0 && o.dive > 0) {
+    std::fprintf(stderr, "--part нельзя вместе с --dive: погружение идёт по часам, части бы не сошлись\n");
+    status = 2;
+    return true;
+  }
+  if (!o.assemble.empty()) {
+    std::string problem, summary;
+    if (assemblePoster(o.assemble, o.assembleParts, problem, summary)) {
+      std::printf("%s\n", summary.c_str());
+    } else {
+      std::fprintf(stderr, "Не удалось собрать постер: %s\n", problem.c_str());
+      status = 1;
+    }
     return true;
   }
   for (const std::string& line : o.problems) std::fprintf(stderr, "предупреждение: %s\n", line.c_str());
@@ -109,7 +138,7 @@ uint64_t hostWindowId(const LaunchOptions& o) {
   return id == 0 && o.root ? platform::rootWindow() : id;
 }
 
-platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, std::string& error) {
+platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, bool poster, std::string& error) {
   platform::WindowDesc d;
   d.kind = o.screensaver || hostWindow ? platform::WindowKind::ScreenSaver : platform::WindowKind::Normal;
   d.hostWindow = hostWindow;
@@ -125,6 +154,12 @@ platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, std::s
   if (isFilm(o)) {
     d.kind = platform::WindowKind::Headless;
     filmPlanSize(o, d.width, d.height);
+  }
+  // A poster's window only hosts the dive; the poster has its own tiles.
+  if (poster && d.width > 0 && d.height > 0) {
+    const double scale = std::min(1.0, double(kPosterPreview) / std::max(d.width, d.height));
+    d.width = std::max(1, int(std::lround(d.width * scale)));
+    d.height = std::max(1, int(std::lround(d.height * scale)));
   }
   d.forceHeadless = o.headless;
   return platform::createWindow(d, error);
@@ -241,6 +276,8 @@ void reportShotProgress(Run& run, const RenderStatus& st, double now) {
                st.targetSamples, left);
 }
 
+void takePoster(AppState& s, Run& run);
+
 // Shot mode after each frame: wait for the dive, then for convergence or the
 // time limit; then write the files and stop.
 void shotStep(AppState& s, Run& run, double now) {
@@ -250,6 +287,10 @@ void shotStep(AppState& s, Run& run, double now) {
     if (now - run.start <= o.dive && !deepEnough) return;
     setDive(s.dive, s.camera, s.params, false);
     o.dive = 0;
+  }
+  if (run.poster()) {
+    takePoster(s, run);
+    return;
   }
   // The renderer's own verdict: every frame hands it targetSampleCount, and a
   // moving camera makes its frame a moving one, so converged means all the
@@ -273,6 +314,50 @@ void shotStep(AppState& s, Run& run, double now) {
   }
   // A fractal that did not build still leaves its image and report, but the
   // run must not look like a success.
+  if (!s.renderer.errorText.empty()) {
+    std::fprintf(stderr, "%s\n", s.renderer.errorText.c_str());
+    run.exitStatus = 1;
+  }
+  run.running = false;
+}
+
+// The poster (or its part): the whole picture in tiles at the asked size,
+// streamed into the file, with a report that states the memory it took.
+void takePoster(AppState& s, Run& run) {
+  const LaunchOptions& o = run.opts;
+  int w = o.width, h = o.height;
+  if (w <= 0 || h <= 0) platform::drawableSize(s.window, w, h);
+  const int samples = targetSampleCount(s);
+  PosterPart part;
+  part.index = o.partIndex;
+  part.count = o.partCount;
+  const double start = platform::now();
+  double lastReport = start;
+  auto progress = [&](double fraction, double left) {
+    const double now = platform::now();
+    if (now - lastReport >= 3) {
+      lastReport = now;
+      std::fprintf(stderr, "постер %d%%, осталось ~%.0f с\n", int(fraction * 100), left);
+    }
+    return true;
+  };
+  std::string problem;
+  bool ok = writePoster(s, o.shot, w, h, samples, part, progress, problem);
+  if (!ok) {
+    std::fprintf(stderr, "%s\n", problem.empty() ? "постер не дорисован" : problem.c_str());
+    run.exitStatus = 1;
+  }
+  char extra[256];
+  int first = 0, end = h;
+  if (part.count > 0) posterPartRows(h, part.index, part.count, first, end);
+  std::snprintf(extra, sizeof extra, "poster: %dx%d, samples %d, rows %d-%d\ntime: %.1f s\npeak memory: %.0f MiB\n", w,
+                h, samples, first, end, platform::now() - start, peakMemoryMiB());
+  std::string report = shotReport(s.renderer.gpu, s.renderer.errorText, ok, cameraDistance(s.camera)) + extra;
+  std::string reason;
+  if (!writeFileAtomic(o.shot + ".log", report, &reason)) {
+    std::fprintf(stderr, "%s\n", fileProblem(kMsgCannotWrite, o.shot + ".log", reason).c_str());
+    run.exitStatus = 1;
+  }
   if (!s.renderer.errorText.empty()) {
     std::fprintf(stderr, "%s\n", s.renderer.errorText.c_str());
     run.exitStatus = 1;
@@ -316,12 +401,16 @@ int runProgram(Run& run) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 2;
   }
+  if (run.poster() && (run.opts.width > kPosterMaxSide || run.opts.height > kPosterMaxSide)) {
+    std::fprintf(stderr, "размер постера больше предела 65535x65535: %dx%d\n", run.opts.width, run.opts.height);
+    return 1;
+  }
   if (run.shot() && !shotInputsUsable(run.opts, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
   run.hostWindow = hostWindowId(run.opts);
-  platform::Window* window = openWindow(run.opts, run.hostWindow, error);
+  platform::Window* window = openWindow(run.opts, run.hostWindow, run.poster(), error);
   if (!window) {
     std::fprintf(stderr, "%s\n", error.c_str());
     if (error.rfind(platform::kErrorFrameTooLarge, 0) != 0)
@@ -373,7 +462,10 @@ int runProgram(Run& run) {
   // After the slow start-up (shaders, atlas), so that its 3 seconds are seen.
   if (!run.startMessage.empty() && !s->unattended) showMessage(*s, run.startMessage);
   run.start = platform::now();
-  runLoop(*s, run);
+  // Without a dive a poster needs no frame at all, and so every process
+  // that renders a part of it starts from the same renderer state.
+  if (run.poster() && run.opts.dive <= 0) takePoster(*s, run);
+  else runLoop(*s, run);
 
   bool save = !s->unattended && !s->launchedWithOptions;
   if (save && !run.statePath.empty() &&

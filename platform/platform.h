@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -216,5 +217,32 @@ bool closeVideo(VideoWriter* v, std::string& error);
 void abandonVideo(VideoWriter* v);
 // The encoder's name, for the report ("libx264").
 std::string videoEncoderName(const VideoWriter* v);
+
+// [SECTION] PNG rows, a band at a time
+
+// A picture too large to hold is encoded a band of rows at a time: each
+// encoded byte goes to `sink` as soon as the encoder lets it go (the preset
+// chunk is spliced in on the way by io/). Same encoder settings as
+// encodePngPixels. The sink returns false to stop (a full disk).
+using PngSink = std::function<bool(const uint8_t* data, size_t size)>;
+struct PngRowWriter;
+PngRowWriter* beginPngRows(int width, int height, PngSink sink);
+// Top-down RGBA rows; alpha is written as 255. False once anything failed.
+bool writePngRows(PngRowWriter* w, const uint8_t* rgbaTopDown, int rowCount);
+// Ends the file after the last row and frees the writer; false when any
+// step failed or rows are missing. abandonPngRows frees without ending.
+bool finishPngRows(PngRowWriter* w);
+void abandonPngRows(PngRowWriter* w);
+
+// Reads a PNG file back a band of rows at a time as top-down RGBA (for the
+// assembly of posters from parts). Open fails with a short Russian reason.
+struct PngRowReader;
+PngRowReader* openPngRows(const std::string& path, int& width, int& height, std::string& reason);
+// False when the file ends early or is damaged (`reason` says so).
+bool readPngRows(PngRowReader* r, uint8_t* rgba, int rowCount, std::string& reason);
+void closePngRows(PngRowReader* r);
+
+// The process's peak resident memory so far, in bytes (0 where unknown).
+uint64_t peakResidentBytes();
 
 }  // namespace platform

@@ -27,6 +27,44 @@ std::vector<Tile> photoTiles(int width, int height, int side) {
   return tiles;
 }
 
+namespace {
+
+// One axis of a poster tile: [lo, hi) of the picture's `size` pixels.
+void posterSpan(int lo, int hi, int size, bool bloom, int& accLo, int& accHi, int& blLo, int& blHi) {
+  accLo = lo & ~3;
+  accHi = hi;
+  blLo = blHi = 0;
+  if (!bloom) return;
+  const int bloomSize = bloomSide(size);
+  const double step = double(size) / bloomSize;  // picture pixels per bloom texel
+  blLo = std::max(0, int(std::floor(lo / step)) - kPosterBloomMargin);
+  blHi = std::min(bloomSize, int(std::ceil(hi / step)) + kPosterBloomMargin);
+  accLo = std::max(0, int(std::floor(blLo * step)) - 4) & ~3;
+  accHi = std::min(size, int(std::ceil(blHi * step)) + 4);
+}
+
+}  // namespace
+
+std::vector<std::vector<PosterTile>> posterTileRows(int width, int height, int side, bool bloom) {
+  std::vector<std::vector<PosterTile>> rows;
+  side = std::max(4, side & ~3);
+  for (int top = 0; top < height; top += side) {
+    const int h = std::min(side, height - top), y = height - top - h;
+    std::vector<PosterTile> row;
+    for (int x = 0; x < width; x += side) {
+      PosterTile t{x, y, std::min(side, width - x), h, 0, 0, 0, 0, 0, 0, 0, 0};
+      int a0, a1, b0, b1;
+      posterSpan(t.x, t.x + t.w, width, bloom, a0, a1, b0, b1);
+      t.accumX = a0, t.accumW = a1 - a0, t.bloomX = b0, t.bloomW = b1 - b0;
+      posterSpan(t.y, t.y + t.h, height, bloom, a0, a1, b0, b1);
+      t.accumY = a0, t.accumH = a1 - a0, t.bloomY = b0, t.bloomH = b1 - b0;
+      row.push_back(t);
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
 int bandRows(double msPerRow, int renderHeight, double bandMs) {
   const double ms = std::max(msPerRow, 0.000001);
   return std::max(8, int(std::min<double>(renderHeight, bandMs / ms)));

@@ -27,6 +27,23 @@ struct Tile {
 // Photo tiles of at most side², rows from the bottom-left corner.
 std::vector<Tile> photoTiles(int width, int height, int side = kPhotoTile);
 
+// A poster tile and the windows around it, in picture pixels from the
+// bottom-left corner: the tile itself (x, y, w, h), the accumulation that is
+// traced for it (a multiple of 4 from the picture's corner, so prepass blocks
+// fall on the picture's grid) and, with bloom, the bloom texels it computes.
+// The margins reach as far as bloom reaches (bright-pass taps, three blur
+// rounds of up to 3.23·4 texels each, the composite's bilinear tap), so a
+// tile's bloom equals the whole picture's there.
+inline constexpr int kPosterBloomMargin = 32;  // bloom texels beyond the tile
+struct PosterTile {
+  int x, y, w, h;
+  int accumX, accumY, accumW, accumH;
+  int bloomX, bloomY, bloomW, bloomH;  // 0×0 without bloom
+};
+// One row of tiles per entry, the top row first (the order a picture file
+// takes its rows), left to right; rows are `side` high from the top edge.
+std::vector<std::vector<PosterTile>> posterTileRows(int width, int height, int side, bool bloom);
+
 // Rows per band so that one band costs about `bandMs`.
 int bandRows(double msPerRow, int renderHeight, double bandMs = kBandMs);
 // A whole sample above `limitMs` is drawn in bands.

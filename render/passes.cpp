@@ -63,7 +63,8 @@ double maxDistance(double sceneScale, double bound, const double pos[3]) {
 
 // The view's rectangle; a width of 0 means the whole render size.
 Tile scissorRect(const TraceView& v) {
-  if (v.scissor[2] <= 0) return {0, 0, v.width, v.height};
+  if (v.scissor[2] <= 0) return {0, 0, v.targetWidth > 0 ? v.targetWidth : v.width,
+                                  v.targetHeight > 0 ? v.targetHeight : v.height};
   return {v.scissor[0], v.scissor[1], v.scissor[2], v.scissor[3]};
 }
 
@@ -75,7 +76,8 @@ constexpr float kBound = 0;
 bool depthPrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const FractalParams& p) {
   const uint32_t prog = fractalProgram(r, p.type, "prepass");
   if (!prog) return false;
-  const int pw = prepassSide(v.width), ph = prepassSide(v.height);
+  const int pw = prepassSide(v.targetWidth > 0 ? v.targetWidth : v.width);
+  const int ph = prepassSide(v.targetHeight > 0 ? v.targetHeight : v.height);
   if (t.prepass->width != pw || t.prepass->height != ph || !t.prepass->fbo.id)
     createTarget(*t.prepass, pw, ph, TargetFormat::Float32, false);
   gl.UseProgram(prog);
@@ -88,6 +90,7 @@ bool depthPrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const 
   gl.Scissor(s.x / 4, s.y / 4, (s.x + s.w + 3) / 4 - s.x / 4, (s.y + s.h + 3) / 4 - s.y / 4);
   const CameraView& c = v.camera;
   setUniform(r, prog, "uRes", Vec2{float(v.width), float(v.height)});
+  setUniform(r, prog, "uPixelOffset", Vec2{float(v.offset[0]), float(v.offset[1])});
   setUniform(r, prog, "uShift", v.shift);
   setUniform(r, prog, "uCamPos", Vec3{float(c.pos[0]), float(c.pos[1]), float(c.pos[2])});
   setUniform(r, prog, "uCam", cameraMatrix(c));
@@ -127,6 +130,7 @@ void setViewUniforms(Renderer& r, uint32_t prog, const TraceView& v, bool usePre
   setUniform(r, prog, "uGI", int32_t(v.gi && !v.deep));
   setUniform(r, prog, "uFrustum", Vec4{v.frustum[0], v.frustum[1], v.frustum[2], v.frustum[3]});
   setUniform(r, prog, "uRes", Vec2{float(v.width), float(v.height)});
+  setUniform(r, prog, "uPixelOffset", Vec2{float(v.offset[0]), float(v.offset[1])});
   setUniform(r, prog, "uJitter", Vec2{jitter[0], jitter[1]});
   setUniform(r, prog, "uShift", v.shift);
   setUniform(r, prog, "uFrame", int32_t(v.frame));
@@ -174,7 +178,7 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
   gl.BindVertexArray(r.vao);
   gl.Disable(GL_BLEND);  // the interface draws blended; the accumulation never is
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.accumB->fbo.id);
-  gl.Viewport(0, 0, v.width, v.height);
+  gl.Viewport(0, 0, v.targetWidth > 0 ? v.targetWidth : v.width, v.targetHeight > 0 ? v.targetHeight : v.height);
   const Tile s = scissorRect(v);
   gl.Enable(GL_SCISSOR_TEST);
   gl.Scissor(s.x, s.y, s.w, s.h);
@@ -201,7 +205,7 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
 
 namespace {
 
-void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, RenderTarget& b0,
+void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, Vec2 uvBias, RenderTarget& b0,
                  RenderTarget& b1) {
   const uint32_t bright = r.brightPass.id, blur = r.blur.id;
   gl.UseProgram(bright);
@@ -211,6 +215,7 @@ void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, RenderTar
   gl.BindTexture(GL_TEXTURE_2D, accum.tex.id);
   setUniform(r, bright, "uSrc", int32_t(0));
   setUniform(r, bright, "uUvScale", uvScale);
+  setUniform(r, bright, "uUvBias", uvBias);
   setUniform(r, bright, "uTexel", Vec2{1.0f / accum.width, 1.0f / accum.height});
   setUniform(r, bright, "uThreshold", 0.9f);
   gl.DrawArrays(GL_TRIANGLES, 0, 3);
@@ -237,7 +242,7 @@ void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, Rend
   gl.Disable(GL_BLEND);
   const Vec2 uvScale{float(usedW) / accum.width, float(usedH) / accum.height};
   const bool bloom = r.lighting.bloom > 0.001f;
-  if (bloom) bloomPasses(r, accum, uvScale, bloom0, bloom1);
+  if (bloom) bloomPasses(r, accum, uvScale, Vec2{0, 0}, bloom0, bloom1);
   const uint32_t comp = r.composite.id;
   gl.UseProgram(comp);
   gl.BindFramebuffer(GL_FRAMEBUFFER, dest);
@@ -254,6 +259,52 @@ void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, Rend
   setUniform(r, comp, "uBloom", bloom ? r.lighting.bloom : 0.0f);
   setUniform(r, comp, "uVignette", r.lighting.vignette);
   setUniform(r, comp, "uAspect", float(destW) / float(destH));
+  // A poster tile may have left its window on the shared program.
+  setUniform(r, comp, "uUvBias", Vec2{0, 0});
+  setUniform(r, comp, "uTile", Vec4{0, 0, 0, 0});
+  setUniform(r, comp, "uBloomMap", Vec4{0, 0, 0, 0});
+  gl.DrawArrays(GL_TRIANGLES, 0, 3);
+  gl.ActiveTexture(GL_TEXTURE0);
+}
+
+void postPassWindow(Renderer& r, const RenderTarget& accum, RenderTarget& bloom0, RenderTarget& bloom1,
+                    uint32_t dest, int destW, int destH, const PostWindow& win) {
+  gl.BindVertexArray(r.vao);
+  gl.Disable(GL_SCISSOR_TEST);
+  gl.Disable(GL_BLEND);
+  const double W = win.pictureW, H = win.pictureH;
+  const double bw = bloomSide(win.pictureW), bh = bloomSide(win.pictureH);
+  const double aw = accum.width, ah = accum.height;
+  const bool bloom = r.lighting.bloom > 0.001f;
+  if (bloom) {
+    // The bloom texel j of the picture samples the accumulation at picture uv
+    // (j + 0.5)/bw; here texel j sits at bloomX + vUv·width of the tile's
+    // bloom, and the accumulation starts at accumX.
+    const Vec2 scale{float(bloom0.width * W / (bw * aw)), float(bloom0.height * H / (bh * ah))};
+    const Vec2 bias{float((win.bloomX * W / bw - win.accumX) / aw), float((win.bloomY * H / bh - win.accumY) / ah)};
+    bloomPasses(r, accum, scale, bias, bloom0, bloom1);
+  }
+  const uint32_t comp = r.composite.id;
+  gl.UseProgram(comp);
+  gl.BindFramebuffer(GL_FRAMEBUFFER, dest);
+  gl.Viewport(0, 0, destW, destH);
+  gl.ActiveTexture(GL_TEXTURE1);
+  gl.BindTexture(GL_TEXTURE_2D, bloom0.tex.id);
+  gl.ActiveTexture(GL_TEXTURE0);
+  gl.BindTexture(GL_TEXTURE_2D, accum.tex.id);
+  setUniform(r, comp, "uAccum", int32_t(0));
+  setUniform(r, comp, "uBloomTex", int32_t(1));
+  setUniform(r, comp, "uUvScale", Vec2{float(destW / aw), float(destH / ah)});
+  setUniform(r, comp, "uUvBias", Vec2{float((win.destX - win.accumX) / aw), float((win.destY - win.accumY) / ah)});
+  setUniform(r, comp, "uUvMax", Vec2{float((aw - 0.5) / aw), float((ah - 0.5) / ah)});
+  setUniform(r, comp, "uExposure", r.lighting.exposure);
+  setUniform(r, comp, "uBloom", bloom ? r.lighting.bloom : 0.0f);
+  setUniform(r, comp, "uVignette", r.lighting.vignette);
+  setUniform(r, comp, "uAspect", float(W / H));
+  setUniform(r, comp, "uTile", Vec4{float(win.destX), float(win.destY), float(W), float(H)});
+  setUniform(r, comp, "uBloomMap", Vec4{float(bw / bloom0.width), float(bh / bloom0.height),
+                                        float(-win.bloomX / double(bloom0.width)),
+                                        float(-win.bloomY / double(bloom0.height))});
   gl.DrawArrays(GL_TRIANGLES, 0, 3);
   gl.ActiveTexture(GL_TEXTURE0);
 }

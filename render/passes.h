@@ -36,6 +36,12 @@ struct TraceView {
   float frustum[4] = {0, 0, 0, 0}; // left, right, bottom, top tangents; equal = none
   float shift = 0;                 // horizontal image shift in screen units
   float focus = 2.7f;              // focus distance
+  // A poster tile: the targets hold only the part of the picture whose
+  // bottom-left corner is `offset` (a multiple of 4, so prepass blocks stay
+  // on the picture's grid) and whose size is target×; width and height above
+  // stay the picture's. Target size 0 = the targets are the whole picture.
+  int offset[2] = {0, 0};
+  int targetWidth = 0, targetHeight = 0;
 };
 
 struct TraceTargets {
@@ -60,3 +66,19 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
 // `accum` into framebuffer `dest` of destW×destH.
 void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, RenderTarget& bloom0,
               RenderTarget& bloom1, uint32_t dest, int destW, int destH);
+
+// One poster tile's share of the picture's post-processing. All rectangles
+// are in picture pixels (x, y from the bottom-left). `accum` holds the
+// picture's pixels from accumX/accumY on; the bloom targets hold the bloom
+// texels from bloomX/bloomY on (the picture's bloom is bloomSide(w) ×
+// bloomSide(h)); the composite writes the pixels from destX/destY on into
+// `dest`, destW×destH. With margins wide enough (posterBloomMargin) the
+// result equals the whole picture's post-processing at those pixels.
+struct PostWindow {
+  int pictureW = 0, pictureH = 0;
+  int accumX = 0, accumY = 0;
+  int bloomX = 0, bloomY = 0;
+  int destX = 0, destY = 0;
+};
+void postPassWindow(Renderer& r, const RenderTarget& accum, RenderTarget& bloom0, RenderTarget& bloom1,
+                    uint32_t dest, int destW, int destH, const PostWindow& win);

@@ -6,7 +6,9 @@
 #include "render/renderer.h"
 #include "render/shader_text.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstring>
 
 namespace {
 
@@ -79,5 +81,91 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
   }
   postPass(r, pt.accumA, w, h, pt.bloom0, pt.bloom1, pt.output.fbo.id, w, h);
   readWindowPixels(r, pt.output.fbo.id, w, h, rgbaBottomUp);
+  return true;
+}
+
+// [SECTION] Poster
+
+namespace {
+
+// One tile's targets, kept while the next tile has the same size (all tiles
+// inside the picture do).
+struct PosterTargets {
+  RenderTarget accumA, accumB, bloom0, bloom1, prepass, output;
+  bool prepassValid = false;
+  ~PosterTargets() {
+    for (RenderTarget* t : {&accumA, &accumB, &bloom0, &bloom1, &prepass, &output}) deleteTarget(*t);
+  }
+  void fit(const PosterTile& t) {
+    if (accumA.width != t.accumW || accumA.height != t.accumH) {
+      createTarget(accumA, t.accumW, t.accumH, TargetFormat::Float32, true);
+      createTarget(accumB, t.accumW, t.accumH, TargetFormat::Float32, true);
+    } else {
+      // The next tile's first sample blends with nothing, but the trace pass
+      // reads A; a clean start keeps a NaN of the last tile from leaking.
+      for (RenderTarget* a : {&accumA, &accumB}) {
+        gl.BindFramebuffer(GL_FRAMEBUFFER, a->fbo.id);
+        gl.ClearColor(0, 0, 0, 0);
+        gl.Clear(GL_COLOR_BUFFER_BIT);
+      }
+      gl.BindFramebuffer(GL_FRAMEBUFFER, 0);
+    }
+    prepassValid = false;
+    const int bw = std::max(1, t.bloomW), bh = std::max(1, t.bloomH);
+    if (bloom0.width != bw || bloom0.height != bh) {
+      createTarget(bloom0, bw, bh, TargetFormat::Float32, true);
+      createTarget(bloom1, bw, bh, TargetFormat::Float32, true);
+    }
+    if (output.width != t.w || output.height != t.h) createTarget(output, t.w, t.h, TargetFormat::Unorm8, false);
+  }
+};
+
+}  // namespace
+
+bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, int firstRow, int endRow,
+                  const PosterRows& rows, const std::function<bool(double fraction, double secondsLeft)>& progress) {
+  firstRow = std::max(0, firstRow);
+  endRow = std::min(h, endRow);
+  if (!in.params || !in.settings || w < 1 || h < 1 || samples < 1 || firstRow >= endRow) return false;
+  r.lighting = lightingFromParams(*in.params);
+  const bool bloom = r.lighting.bloom > 0.001f;
+  const int side = std::max(4, r.posterTile & ~3);
+  std::vector<std::vector<PosterTile>> grid = posterTileRows(w, h, side, bloom);
+  // Only the tile rows that hold wanted rows; a band cut through a tile row
+  // still draws the whole tile, so that its pixels are the whole poster's.
+  const int rowFirst = firstRow / side, rowEnd = (endRow - 1) / side + 1;
+  const double total = double(rowEnd - rowFirst) * double(grid[0].size()) * samples;
+  const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
+  PosterTargets pt;
+  const TraceTargets targets{&pt.accumA, &pt.accumB, &pt.prepass, &pt.prepassValid};
+  TraceView v = photoView(r, in, w, h);
+  std::vector<uint8_t> band(size_t(w) * size_t(side) * 4), tile;
+  const double start = secondsNow();
+  long draws = 0;
+  for (int row = rowFirst; row < rowEnd; ++row) {
+    for (const PosterTile& t : grid[size_t(row)]) {
+      pt.fit(t);
+      v.offset[0] = t.accumX, v.offset[1] = t.accumY;
+      v.targetWidth = t.accumW, v.targetHeight = t.accumH;
+      for (int s = 0; s < samples; ++s) {
+        v.frame = s;
+        tracePass(r, targets, v, *in.params, o);  // a failed build draws nothing; reported by the driver
+        if (++draws % 4 != 0 && draws != long(total)) continue;
+        gl.Finish();
+        const double fraction = draws / total, elapsed = secondsNow() - start;
+        if (progress && !progress(fraction, elapsed / fraction - elapsed)) return false;
+      }
+      const PostWindow win{w, h, t.accumX, t.accumY, t.bloomX, t.bloomY, t.x, t.y};
+      postPassWindow(r, pt.accumA, pt.bloom0, pt.bloom1, pt.output.fbo.id, t.w, t.h, win);
+      readWindowPixels(r, pt.output.fbo.id, t.w, t.h, tile);
+      // GL's rows run bottom-up; the band runs top-down from the tile row's top.
+      const size_t stride = size_t(t.w) * 4;
+      for (int j = 0; j < t.h; ++j)
+        std::memcpy(&band[(size_t(t.h - 1 - j) * size_t(w) + size_t(t.x)) * 4], &tile[size_t(j) * stride], stride);
+    }
+    const int top = row * side, bandRows = grid[size_t(row)][0].h;
+    const int from = std::max(firstRow, top), to = std::min(endRow, top + bandRows);
+    if (!rows(&band[size_t(from - top) * size_t(w) * 4], to - from)) return false;
+  }
   return true;
 }

@@ -94,6 +94,9 @@ struct Lighting {
 inline constexpr double kBandMs = 35;
 inline constexpr double kBandingMs = 80;
 inline constexpr int kPhotoTile = 512;
+// Poster tiles are larger: with bloom each is traced with margins, and the
+// margins cost less on a larger tile (1.5× the work instead of 2.2×).
+inline constexpr int kPosterTile = 1024;
 
 struct Renderer {
   // GL objects
@@ -154,6 +157,7 @@ struct Renderer {
   double bandMs = kBandMs;
   double bandingMs = kBandingMs;
   int photoTile = kPhotoTile;
+  int posterTile = kPosterTile;
 };
 
 // [SECTION] Start-up and shutdown
@@ -193,6 +197,19 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
 // The interactive picture as it stands, composited again into `fbo` (a
 // w×h window) without tracing: what the window shows while a photo runs.
 void presentPicture(Renderer& r, uint32_t fbo, int w, int h);
+
+// A poster: the picture rendered a tile at a time with all of the tile's
+// samples, so that GPU and host memory stay bounded whatever w×h is (up to
+// 65535 a side). Only the rows [firstRow, endRow) (counted from the top) are
+// made; they reach `rows` in order, a band at a time, top-down, RGBA (alpha
+// as the composite left it). Bloom, vignette and dithering see the whole
+// picture: the result equals renderPhoto's within one level per channel, and
+// a band made on its own equals the same rows of the whole poster exactly.
+// `progress` as for the photo (after every fourth tile draw). False when
+// cancelled or when `rows` returned false.
+using PosterRows = std::function<bool(const uint8_t* rgbaTopDown, int rowCount)>;
+bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, int firstRow, int endRow,
+                  const PosterRows& rows, const std::function<bool(double fraction, double secondsLeft)>& progress);
 
 // Reads w×h RGBA bytes (bottom row first) from framebuffer `fbo`, e.g. the
 // window after the composite, for a shot.

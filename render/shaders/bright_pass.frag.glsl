@@ -5,6 +5,7 @@ precision highp float;
 
 uniform sampler2D uSrc;
 uniform vec2 uUvScale;  // used part of the accumulation texture
+uniform vec2 uUvBias;   // a poster tile: its bloom corner in the tile's accumulation; 0 otherwise
 uniform vec2 uTexel;
 uniform float uThreshold;
 
@@ -12,7 +13,7 @@ in vec2 vUv;
 out vec4 fragColor;
 
 void main() {
-  vec2 uv = vUv * uUvScale;
+  vec2 uv = vUv * uUvScale + uUvBias;
   vec3 c = texture(uSrc, uv + uTexel * vec2(-1.0, -1.0)).rgb
          + texture(uSrc, uv + uTexel * vec2(1.0, -1.0)).rgb
          + texture(uSrc, uv + uTexel * vec2(-1.0, 1.0)).rgb

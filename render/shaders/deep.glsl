@@ -27,6 +27,7 @@ uniform sampler2D uPal;
 uniform sampler2D uPrev;
 uniform int uFast;
 uniform vec2 uRes;
+uniform vec2 uPixelOffset;  // a poster tile: where the target's corner sits in the picture
 uniform vec2 uJitter;
 uniform float uShift;
 uniform int uFrame;
@@ -515,8 +516,8 @@ float calcAO(dvec3 p, vec3 n, float sc, int taps) {
 // Like the float trace, without stereo frustum, lens, bound, prepass or GI.
 
 void main() {
-  vec2 f = gl_FragCoord.xy;
-  ivec2 pixel = ivec2(f);
+  vec2 f = gl_FragCoord.xy + uPixelOffset;
+  ivec2 pixel = ivec2(gl_FragCoord.xy);
   vec2 fc = f + uJitter;
   vec2 uv = (2.0 * fc - uRes) / uRes.y + vec2(uShift, 0.0);
   dvec3 ro = uCamPosD;

@@ -3,6 +3,7 @@
 // Writes (start distance or 10000 when the cone escaped, steps, 0, 1).
 
 uniform vec2 uRes;  // the full render size, not the prepass size
+uniform vec2 uPixelOffset;  // a poster tile's corner in the picture, a multiple of 4
 uniform float uShift;
 uniform vec3 uCamPos;
 uniform mat3 uCam;
@@ -16,7 +17,7 @@ out vec4 fragColor;
 
 void main() {
   // gl_FragCoord sits at the texel centre, so fc is the middle of the block.
-  vec2 fc = gl_FragCoord.xy * 4.0;
+  vec2 fc = gl_FragCoord.xy * 4.0 + uPixelOffset;
   vec2 uv = (2.0 * fc - uRes) / uRes.y + vec2(uShift, 0.0);
   vec3 ro = uCamPos;
   vec3 rd = normalize(uCam * vec3(uv * uTanFov, 1.0));

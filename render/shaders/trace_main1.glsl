@@ -10,6 +10,7 @@ uniform int uFast;
 uniform int uGI;
 uniform vec4 uFrustum;    // left, right, bottom, top tangents; x == y: none
 uniform vec2 uRes;
+uniform vec2 uPixelOffset;  // a poster tile: where the target's corner sits in the picture
 uniform vec2 uJitter;
 uniform float uShift;
 uniform int uFrame;
@@ -124,8 +125,8 @@ vec3 giBounce(vec3 p, vec3 n, float eps, float pix, float t, vec2 q, vec3 L,
 // [SECTION] Main: camera ray, lens, light jitter, bounds and march
 
 void main() {
-  vec2 f = gl_FragCoord.xy;
-  ivec2 pixel = ivec2(f);
+  vec2 f = gl_FragCoord.xy + uPixelOffset;
+  ivec2 pixel = ivec2(gl_FragCoord.xy);
   vec2 fc = f + uJitter;
   vec2 uv = (2.0 * fc - uRes) / uRes.y + vec2(uShift, 0.0);
   vec3 ro = uCamPos;

@@ -5,6 +5,7 @@
 
 uniform sampler2D uPrev;
 uniform vec2 uRes;
+uniform vec2 uPixelOffset;  // a poster tile: where the target's corner sits in the picture
 uniform float uShift;
 uniform vec3 uCamPos;
 uniform mat3 uCam;
@@ -47,7 +48,7 @@ float density(float d) {
 }
 
 void main() {
-  vec2 f = gl_FragCoord.xy;
+  vec2 f = gl_FragCoord.xy + uPixelOffset;
   bool stochastic = uFrame > 0 || uHistory > 0.0;
   vec2 rnd = hash22(f + float(uSeq) * vec2(17.13, 31.71));
   vec2 jitter = stochastic ? rnd - 0.5 : vec2(0.0);
@@ -97,7 +98,7 @@ void main() {
 
   if (any(isnan(col)) || any(isinf(col))) col = vec3(0.0);
   col = min(col, vec3(32.0));
-  vec4 prev = texelFetch(uPrev, ivec2(f), 0);
+  vec4 prev = texelFetch(uPrev, ivec2(gl_FragCoord.xy), 0);
   if (uFrame == 0) {
     fragColor = (uHistory > 0.0) ? vec4(mix(col, prev.rgb, uHistory), depth) : vec4(col, depth);
   } else {

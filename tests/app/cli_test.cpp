@@ -220,3 +220,26 @@ TEST(CommandLine, FilmOptions) {
   for (const auto& [args, line] : bad) EXPECT_EQ(parse(args).error, line);
   EXPECT_NE(usageText().find("--frames A-B | K/N"), std::string::npos);
 }
+
+// Parts count from 1 and make the shot a poster; the assembly takes every
+// word up to the next option; a bad part stops an unattended run.
+TEST(CommandLine, PartsAndAssembly) {
+  LaunchOptions o = parse({"--shot", "p.png", "--part", "2/4", "--samples", "8"});
+  EXPECT_EQ(o.partIndex, 2);
+  EXPECT_EQ(o.partCount, 4);
+  EXPECT_TRUE(o.poster);
+  EXPECT_EQ(o.samples, 8);
+  EXPECT_TRUE(o.error.empty()) << o.error;
+  for (const char* bad : {"0/4", "5/4", "4", "a/b", "1/0", "1/70000", "-1/2"}) {
+    o = parse({"--shot", "p.png", "--part", bad});
+    EXPECT_EQ(o.partCount, 0) << bad;
+    EXPECT_NE(o.error.find("неверная часть"), std::string::npos) << bad << ": " << o.error;
+  }
+  o = parse({"--assemble", "out.png", "a.png", "b.png", "--headless"});
+  EXPECT_EQ(o.assemble, "out.png");
+  EXPECT_EQ(o.assembleParts, (std::vector<std::string>{"a.png", "b.png"}));
+  EXPECT_TRUE(o.headless);
+  EXPECT_TRUE(o.file.empty());
+  o = parse({"--assemble", "out.png"});
+  EXPECT_NE(o.error.find("нет частей"), std::string::npos) << o.error;
+}

@@ -86,7 +86,8 @@ run typo 2 "неизвестный параметр: --sampels" --shot o.png --s
 run print_typo 2 "неизвестный параметр: --bogus" --print-preset --bogus
 absent o.png o.png.log
 [ "$(wc -l <typo.err)" -eq 1 ] || fail "typo: more than one line on stderr"
-run too_big 1 "размер кадра больше, чем позволяет видеокарта: 100000x100000, предел " --shot big.png --size 100000x100000
+# A shot that large is a poster, refused at the poster's limit before any rendering.
+run too_big 1 "размер постера больше предела 65535x65535: 100000x100000" --shot big.png --size 100000x100000
 grep -q "Обновите драйвер" too_big.err && fail "too_big: advises a driver update"
 absent big.png big.png.log
 
