@@ -85,6 +85,18 @@ struct Lighting {
 
 // [SECTION] The renderer record
 
+// The frame driver's cost model (frame_math.h holds its rules).
+struct FramePacing {
+  double pixelMs = 0;          // ms per pixel of a sample at `quality`; 0 = not known
+  double quality = 0;          // the qualityCost the estimate is for
+  bool spansSample = false;    // measured over all rows of a sample (sky and fractal alike)
+  double sampleMs = 0;         // the sample being drawn in bands: its cost so far
+  int sampleRows = 0;          //   and the rows it covered
+  bool banding = false;        // a whole sample would take over the banding limit
+  double scale = 1;            // adaptive scale, 0.25..1
+  bool completedMoving = false;  // the previous frame completed a sample while moving
+};
+
 // The product's time and size budgets: one band costs about kBandMs; a
 // whole sample slower than kBandingMs is cut into bands; photo tiles are at
 // most kPhotoTile pixels on a side.
@@ -127,12 +139,10 @@ struct Renderer {
   int samples = 0;                 // n: samples completed since the last reset
   uint32_t sequence = 0;           // never reset; advances with n
   int rowCursor = 0;
-  int bandHeight = 0;               // 0: the cost of a row is not known yet
+  FramePacing pacing;              // what a sample costs; banding flag, adaptive scale
   double postMs = 0;               // what the last traced frame's post-processing cost
-  bool banding = false;
+  double lastPostTime = -1;
   double movingUntil = 0;
-  double adaptiveScale = 1;        // 0.25..1
-  bool lastFrameCompletedMoving = false;  // previous frame completed a sample while moving
   int iterations = 0;              // this frame's iteration count (0 = from the record)
   int maxSteps = 320;
   bool deep = false;               // fp64 program in use
