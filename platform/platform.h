@@ -120,6 +120,10 @@ double now();
 // Each is created when missing; an empty string when no folder can be had.
 std::string settingsFolder();
 std::string picturesFolder();
+// Cache folder for what can be rebuilt ($XDG_CACHE_HOME/Quorvantelix or
+// ~/.cache/Quorvantelix; %LOCALAPPDATA%\Quorvantelix on Windows), created
+// when missing; an empty string when none can be had.
+std::string cacheFolder();
 
 // [SECTION] File dialogs
 

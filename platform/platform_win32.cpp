@@ -778,4 +778,6 @@ std::string settingsFolder() { return knownFolder(FOLDERID_RoamingAppData, L"Quo
 
 std::string picturesFolder() { return knownFolder(FOLDERID_Pictures, L"Quorvan Telix"); }
 
+std::string cacheFolder() { return knownFolder(FOLDERID_LocalAppData, L"Quorvantelix"); }
+
 }  // namespace platform

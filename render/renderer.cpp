@@ -64,6 +64,8 @@ bool initRenderer(Renderer& r, GlLoader loader, std::string& error) {
   return true;
 }
 
+void useProgramCache(Renderer& r, const std::string& folder) { openProgramCache(r.programCache, folder); }
+
 void destroyRenderer(Renderer& r) {
   if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
   for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);

@@ -19,6 +19,7 @@
 
 #include "io/settings.h"
 #include "model/params.h"
+#include "render/program_cache.h"
 
 #include <cstdint>
 #include <functional>
@@ -119,6 +120,7 @@ struct Renderer {
   std::string programKey;          // lookup buffer of fractalProgram
   std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
   int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
+  ProgramCache programCache;       // binaries kept across runs; off until useProgramCache
   std::string errorText;           // compile and link logs, appended in order
   std::string gpu;                 // GL_RENDERER + " · OpenGL " + GL_VERSION
   std::string shaderMessage;       // "Ошибка шейдера:" … to show once; cleared by takeShaderMessage
@@ -172,6 +174,10 @@ using GlLoader = void* (*)(const char* name);
 bool initRenderer(Renderer& r, GlLoader loader, std::string& error);
 // Deletes every GL object the renderer owns; the context must still be current.
 void destroyRenderer(Renderer& r);
+
+// Keeps fractal programs as driver binaries in `folder` (the platform's cache
+// folder) and takes them from there on later runs; empty: no cache.
+void useProgramCache(Renderer& r, const std::string& folder);
 
 // Makes `p` current: palette texture, lighting, and the "trace" program of its
 // type. Failure: "Не удалось скомпилировать шейдер фрактала:" + log. Resets.
