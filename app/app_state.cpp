@@ -133,8 +133,10 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.deepForced = s.deepForced;
   in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
   in.targetSamples = targetSampleCount(s);
-  // Nobody watches a shot's loop: its bands may be long.
-  in.unattended = s.launchedWithOptions && !s.screensaverMode;
+  // Nobody watches a shot's or a self-test's loop: its bands may be long and
+  // it composites only what is read back. A window merely launched with
+  // options has a user in front of it.
+  in.unattended = s.unattended && !s.screensaverMode;
   in.settings = &s.settings;
   return in;
 }

@@ -439,6 +439,7 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  useProgramCache(s->renderer, platform::cacheFolder());
   loadStartingState(*s, run);
   if (!buildFirstFractal(*s, run)) {
     destroyRenderer(s->renderer);

@@ -128,6 +128,10 @@ std::string settingsFolder();
 std::string picturesFolder();
 // The user's home folder ("~" in a typed path); empty when unknown.
 std::string homeFolder();
+// Cache folder for what can be rebuilt ($XDG_CACHE_HOME/Quorvantelix or
+// ~/.cache/Quorvantelix; %LOCALAPPDATA%\Quorvantelix on Windows), created
+// when missing; an empty string when none can be had.
+std::string cacheFolder();
 
 // [SECTION] File dialogs
 

@@ -838,6 +838,17 @@ std::string settingsFolder() {
   return ensureFolder(folder) ? folder : std::string();
 }
 
+std::string cacheFolder() {
+  std::string base = absoluteEnv("XDG_CACHE_HOME");
+  if (base.empty()) {
+    const std::string home = homeFolder();
+    if (home.empty()) return {};
+    base = home + "/.cache";
+  }
+  std::string folder = base + "/Quorvantelix";
+  return ensureFolder(folder) ? folder : std::string();
+}
+
 std::string picturesFolder() {
   std::string home = homeFolder();
   std::string base = userDirsPictures(home);

@@ -792,4 +792,6 @@ std::string homeFolder() {
   return folder;
 }
 
+std::string cacheFolder() { return knownFolder(FOLDERID_LocalAppData, L"Quorvantelix"); }
+
 }  // namespace platform

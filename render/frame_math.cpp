@@ -105,24 +105,36 @@ double diveDepth(double referenceDist, double cameraDist) {
   return std::max(0.0, std::log2(referenceDist / std::max(cameraDist, 1e-12)));
 }
 
-int frameIterations(const FractalParams& p, bool diveActive, double cameraDist) {
+bool detailGrows(bool autoIter, bool diveActive) { return autoIter || diveActive; }
+
+int frameIterations(const FractalParams& p, bool grows, double cameraDist) {
   // Records are made safe when read; a conversion to int must still never
   // see a value beyond int's range, wherever a record came from.
   const double iter = std::isfinite(p.iter) ? std::clamp(p.iter, 0.0, 400.0) : 0.0;
-  if (!diveActive) return int(std::floor(iter + 0.5));
+  if (!grows) return int(std::floor(iter + 0.5));
   const FractalType& t = fractalTypes()[typeIndex(p.type)];
   const double depth = diveDepth(t.camDist, cameraDist);
   return std::min(400, int(std::floor(depth * t.iterGrowth + iter + 0.5)));
 }
 
-int frameStepBudget(int maxStepsSetting, bool diveActive, double depth) {
-  const double extra = diveActive ? std::min(400.0, 24 * depth) : 0;
+int frameStepBudget(int maxStepsSetting, bool grows, double depth) {
+  const double extra = grows ? std::min(400.0, 24 * depth) : 0;
   return std::min(2000, int(maxStepsSetting + extra));
 }
 
-int photoStepBudget(int maxStepsSetting, bool diveActive, double depth) {
-  const double extra = diveActive ? 24 * std::max(0.0, depth) : 0;
+int photoStepBudget(int maxStepsSetting, bool grows, double depth) {
+  const double extra = grows ? 24 * std::max(0.0, depth) : 0;
   return int(std::min(2000.0, maxStepsSetting + extra));
+}
+
+DepthDetail depthDetail(const FractalParams& p, const AppSettings& s, bool diveActive, double cameraDist,
+                        bool photo) {
+  const bool grows = detailGrows(s.autoIter, diveActive);
+  const double depth = diveDepth(fractalTypes()[typeIndex(p.type)].camDist, cameraDist);
+  DepthDetail d;
+  d.iterations = frameIterations(p, grows, cameraDist);
+  d.maxSteps = photo ? photoStepBudget(s.maxSteps, grows, depth) : frameStepBudget(s.maxSteps, grows, depth);
+  return d;
 }
 
 bool chooseDeep(int setting, bool eligible, double cameraDist, bool deepNow) {
@@ -149,6 +161,81 @@ double adaptScale(double scale, bool moving, bool banding, bool completedMovingB
 double resolutionFactor(double scale, bool moving, bool adaptiveSetting) {
   if (!moving || !adaptiveSetting) return 1;
   return std::round(scale * 20) * 0.05;
+}
+
+double qualityCost(int steps, int iterations, bool deep, bool fast, bool gi) {
+  double c = double(std::max(steps, 1)) * double(std::max(iterations, 1));
+  if (deep) c *= 3;
+  if (!fast) c *= 1.5;
+  if (gi) c *= 2;
+  return c;
+}
+
+void paceForget(FramePacing& f) {
+  f.pixelMs = 0;
+  f.spansSample = false;
+  paceRestartSample(f);
+}
+
+void paceQuality(FramePacing& f, double quality) {
+  if (f.quality > 0 && quality != f.quality) {
+    const double ratio = quality / f.quality;
+    f.pixelMs *= ratio;
+    f.sampleMs *= ratio;
+  }
+  f.quality = quality;
+}
+
+int paceRows(const FramePacing& f, int cursor, int w, int h, double bandMs, double bandingMs, int growth) {
+  const int left = std::max(0, h - cursor);
+  if (f.pixelMs <= 0) return std::min(kProbeRows, left);
+  const double rowMs = f.pixelMs * w;
+  int rows = needsBanding(rowMs, h, bandingMs) ? bandRows(rowMs, h, bandMs) : h;
+  const bool skyProof = rowMs * kSkyRatio * h <= bandMs;
+  if (!f.spansSample && !skyProof) rows = std::min(rows, std::max(kProbeRows, growth * f.sampleRows));
+  return std::min(rows, left);
+}
+
+PacePlan pacePlan(FramePacing& f, const PaceInput& in) {
+  f.scale = adaptScale(f.scale, in.moving, f.banding, f.completedMoving, in.dt);
+  const double factor = resolutionFactor(f.scale, in.moving, in.adaptive);
+  PacePlan p;
+  p.w = std::max(1, int(std::lround(in.accW * factor)));
+  p.h = std::max(1, int(std::lround(in.accH * factor)));
+  p.sizeChanged = p.w != in.renderW || p.h != in.renderH;
+  if (p.sizeChanged) paceRestartSample(f);
+  p.rows = paceRows(f, p.sizeChanged ? 0 : in.cursor, p.w, p.h, in.bandMs, in.bandingMs, in.growth);
+  return p;
+}
+
+void paceMeasured(FramePacing& f, double ms, int rows, int w, int h, bool completes, double bandingMs) {
+  if (rows < 1 || w < 1) return;
+  f.sampleMs += ms;
+  f.sampleRows += rows;
+  const double mean = std::max(f.sampleMs / (double(f.sampleRows) * w), 1e-9);
+  // A sample drawn from its first row to its last has every kind of row in
+  // it; until then a mean over some rows may only raise a whole estimate.
+  const bool whole = completes && f.sampleRows >= h;
+  f.pixelMs = (whole || !f.spansSample) ? mean : std::max(f.pixelMs, mean);
+  f.spansSample = f.spansSample || whole;
+  if (completes) paceRestartSample(f);
+  f.banding = needsBanding(f.pixelMs * w, h, bandingMs);
+}
+
+void paceRestartSample(FramePacing& f) {
+  f.sampleMs = 0;
+  f.sampleRows = 0;
+}
+
+double bandBudgetMs(double bandMs, double postMs, bool unattended) {
+  if (unattended) return bandMs * (1000 / kBandMs);
+  return bandMs * std::clamp(postMs / kBandMs, 1.0, 500 / kBandMs);
+}
+
+int bandGrowth(bool unattended) { return unattended ? 8 : 2; }
+
+bool wantsPost(bool unattended, bool pictureFinal, double sinceLastPost) {
+  return !unattended || pictureFinal || sinceLastPost >= 0.25;
 }
 
 std::array<uint8_t, 1024> rotatedPalette(const std::array<uint8_t, 1024>& texels, double phase) {

@@ -73,7 +73,9 @@
   X(PFNGLDELETEVERTEXARRAYSPROC, DeleteVertexArrays)                 \
   X(PFNGLDELETEBUFFERSPROC, DeleteBuffers)                           \
   X(PFNGLCLEARCOLORPROC, ClearColor)                                 \
-  X(PFNGLCLEARPROC, Clear)
+  X(PFNGLCLEARPROC, Clear)                                           \
+  X(PFNGLGETPROGRAMBINARYPROC, GetProgramBinary)                     \
+  X(PFNGLPROGRAMBINARYPROC, ProgramBinary)
 
 struct GlApi {
 #define QTX_GL_MEMBER(type, name) type name = nullptr;

@@ -29,16 +29,16 @@ double secondsNow() {
 TraceView photoView(const Renderer& r, const FrameInput& in, int w, int h) {
   const FractalParams& p = *in.params;
   const AppSettings& s = *in.settings;
-  const FractalType& type = fractalTypes()[typeIndex(p.type)];
   const double dist = in.camera.distance;
   TraceView v;
   v.width = w;
   v.height = h;
   v.camera = in.camera;
   v.sequenceBase = in.jitterSequence >= 0 ? uint32_t(in.jitterSequence) : r.sequence;
-  v.maxSteps = photoStepBudget(s.maxSteps, in.diveActive, diveDepth(type.camDist, dist));
+  const DepthDetail detail = depthDetail(p, s, in.diveActive, dist, true);
+  v.maxSteps = detail.maxSteps;
   v.detail = float(s.precision);
-  v.iterations = frameIterations(p, in.diveActive, dist);
+  v.iterations = detail.iterations;
   v.gi = s.gi;
   const int setting = in.deepForced ? 2 : s.deep;
   v.deep = chooseDeep(setting, canUseDoublePrecision(p), dist, r.deep);

@@ -119,9 +119,13 @@ uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::stri
   key.assign(pass).append(1, ':').append(typeKey);
   const auto it = r.programs.find(key);
   if (it != r.programs.end()) return it->second;
-  ++r.linkAttempts;
-  const uint32_t program = linkProgram(r.errorText, fullscreenVertexSource(),
-                                       composeFractalSource(typeKey, pass));
+  const std::string vertex = fullscreenVertexSource(), fragment = composeFractalSource(typeKey, pass);
+  uint32_t program = loadCachedProgram(r.programCache, vertex, fragment);
+  if (!program) {
+    ++r.linkAttempts;
+    program = linkProgram(r.errorText, vertex, fragment);
+    storeCachedProgram(r.programCache, program, vertex, fragment);
+  }
   r.programs.emplace(key, program);
   return program;
 }

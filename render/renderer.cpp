@@ -64,6 +64,8 @@ bool initRenderer(Renderer& r, GlLoader loader, std::string& error) {
   return true;
 }
 
+void useProgramCache(Renderer& r, const std::string& folder) { openProgramCache(r.programCache, folder); }
+
 void destroyRenderer(Renderer& r) {
   if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
   for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);
@@ -132,7 +134,7 @@ void resizeTargets(Renderer& r, int w, int h, double resScale) {
 
 bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.typeKey = p.type;
-  r.bandHeight = 0;  // another program: its rows cost what they cost
+  paceForget(r.pacing);  // another program: its rows cost what they cost
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
@@ -145,15 +147,12 @@ void resetAccumulation(Renderer& r) {
   r.samples = 0;
   r.rowCursor = 0;
   r.movingSamples = false;
+  paceRestartSample(r.pacing);
 }
 
 // [SECTION] Frame driver
 
 namespace {
-
-// Rows traced while a row's cost is unknown (a new program, iteration count,
-// step budget or precision): a first look that cannot take long.
-constexpr int kProbeRows = 8;
 
 double secondsNow() {
   using namespace std::chrono;
@@ -177,42 +176,50 @@ void stepShift(Renderer& r, const FrameInput& in, double dt) {
   if (next != in.shiftTarget) r.movingUntil = in.now + 0.22;
 }
 
-// Iterations, step budget and precision of this frame.
-void stepQuality(Renderer& r, const FrameInput& in) {
+// Iterations, step budget and precision of this frame. The detail follows
+// the depth (depthDetail); a change keeps the cost model, scaled.
+void stepQuality(Renderer& r, const FrameInput& in, bool moving) {
   const FractalParams& p = *in.params;
   const double dist = in.camera.distance;
-  const int iter = frameIterations(p, in.diveActive, dist);
-  if (iter != r.iterations) {
-    r.iterations = iter;
-    r.bandHeight = 0;  // a row's cost is measured afresh
+  const DepthDetail detail = depthDetail(p, *in.settings, in.diveActive, dist, false);
+  if (detail.iterations != r.iterations) {
+    r.iterations = detail.iterations;
     resetAccumulation(r);
   }
-  const FractalType& type = fractalTypes()[typeIndex(p.type)];
-  const int steps = frameStepBudget(in.settings->maxSteps, in.diveActive, diveDepth(type.camDist, dist));
-  if (steps != r.maxSteps) r.bandHeight = 0;
-  r.maxSteps = steps;
+  r.maxSteps = detail.maxSteps;
   const int setting = in.deepForced ? 2 : in.settings->deep;
   const bool eligible = canUseDoublePrecision(p);
   const bool deep = chooseDeep(setting, eligible, dist, r.deep);
   r.deepRefused = !eligible && (setting == 2 || (setting == 0 && dist < 0.0002));
   if (deep != r.deep) {
     r.deep = deep;
-    r.bandHeight = 0;
     resetAccumulation(r);
   }
+  const bool gi = in.settings->gi && !moving;
+  paceQuality(r.pacing, qualityCost(r.maxSteps, r.iterations, r.deep, moving, gi));
 }
 
-// Adaptive resolution; returns whether the render size changed.
-bool stepRenderSize(Renderer& r, const FrameInput& in, bool moving, double dt) {
-  r.adaptiveScale = adaptScale(r.adaptiveScale, moving, r.banding, r.lastFrameCompletedMoving, dt);
-  const double f = resolutionFactor(r.adaptiveScale, moving, in.settings->adaptive);
-  const int w = std::max(1, int(std::lround(r.accumA.width * f)));
-  const int h = std::max(1, int(std::lround(r.accumA.height * f)));
-  if (w == r.renderWidth && h == r.renderHeight) return false;
-  r.renderWidth = w;
-  r.renderHeight = h;
-  resetAccumulation(r);
-  return true;
+// Adaptive resolution and the rows of this frame's trace.
+PacePlan stepPacing(Renderer& r, const FrameInput& in, bool moving, double dt) {
+  PaceInput pi;
+  pi.dt = dt;
+  pi.moving = moving;
+  pi.adaptive = in.settings->adaptive;
+  pi.accW = r.accumA.width;
+  pi.accH = r.accumA.height;
+  pi.renderW = r.renderWidth;
+  pi.renderH = r.renderHeight;
+  pi.cursor = r.rowCursor;
+  pi.bandMs = bandBudgetMs(r.bandMs, r.postMs, in.unattended);
+  pi.bandingMs = r.bandingMs;
+  pi.growth = bandGrowth(in.unattended);
+  const PacePlan plan = pacePlan(r.pacing, pi);
+  if (plan.sizeChanged) {
+    r.renderWidth = plan.w;
+    r.renderHeight = plan.h;
+    resetAccumulation(r);
+  }
+  return plan;
 }
 
 float readAccumDepth(Renderer& r, int x, int y) {
@@ -224,7 +231,7 @@ float readAccumDepth(Renderer& r, int x, int y) {
   return px[3];
 }
 
-TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool sizeChanged) {
+TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool sizeChanged, int rows) {
   TraceView v;
   v.width = r.renderWidth;
   v.height = r.renderHeight;
@@ -241,10 +248,6 @@ TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool s
   v.shift = float(2 * r.shift / r.windowHeight);
   const bool autoFocus = in.params->autoFocus;
   v.focus = float(!autoFocus ? in.params->focus : r.focusDepth > 0 ? r.focusDepth : in.camera.distance);
-  const int left = v.height - r.rowCursor;
-  const int rows = r.bandHeight <= 0 ? std::min(kProbeRows, left)
-                   : r.banding       ? std::min(std::max(8, r.bandHeight), left)
-                                     : left;
   v.scissor[0] = 0;
   v.scissor[1] = r.rowCursor;
   v.scissor[2] = v.width;
@@ -268,8 +271,8 @@ void completeSample(Renderer& r, const FrameInput& in, bool moving) {
 }
 
 // One sample or band; returns whether a sample was completed.
-bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged) {
-  const TraceView v = frameView(r, in, moving, sizeChanged);
+bool traceStep(Renderer& r, const FrameInput& in, bool moving, const PacePlan& plan) {
+  const TraceView v = frameView(r, in, moving, plan.sizeChanged, plan.rows);
   const TraceTargets t{&r.accumA, &r.accumB, &r.prepass, &r.prepassValid};
   const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
   const double t0 = secondsNow();
@@ -282,22 +285,10 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, bool sizeChanged)
   r.shaderErrorShown = false;
   gl.Finish();
   const int rows = v.scissor[3];
-  const double msPerRow = std::max((secondsNow() - t0) * 1000 / rows, 0.000001);
-  // A band may at most double: rows measured over empty sky say nothing of
-  // the rows through the fractal below them, and one frame must never hold
-  // the loop for long, whatever the record costs.
-  // Where post-processing is slow (a large picture on a software renderer) a
-  // band grows with it, so that frames stay at least half tracing, up to half
-  // a second; elsewhere the usual budget. Nobody waits on an unattended run's
-  // loop: its bands may take seconds, which saves post passes.
-  const double stretch = std::clamp(r.postMs / kBandMs, 1.0, (in.unattended ? 4000.0 : 500.0) / kBandMs);
-  // The doubling counts from the band as planned: a sample's short last band
-  // says nothing against the next sample's first.
-  const int grown = 2 * std::max(rows, r.bandHeight);
-  r.bandHeight = std::min(bandRows(msPerRow, v.height, r.bandMs * stretch), std::max(kProbeRows, grown));
-  r.banding = needsBanding(msPerRow, v.height, r.bandingMs) || r.bandHeight < v.height;
+  const bool completes = r.rowCursor + rows >= v.height;
+  paceMeasured(r.pacing, (secondsNow() - t0) * 1000, rows, v.width, v.height, completes, r.bandingMs);
   r.rowCursor += rows;
-  if (r.rowCursor < v.height) return false;
+  if (!completes) return false;
   completeSample(r, in, moving);
   return true;
 }
@@ -325,27 +316,31 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   }
   if (in.cameraMoving) r.focusDepth = 0;
   stepShift(r, in, dt);
-  stepQuality(r, in);
   const bool moving = in.now < r.movingUntil;
+  stepQuality(r, in, moving);
   // Samples traced while moving are fast ones (fewer shadow and occlusion
   // taps, no photo light); the still picture starts over without them.
   if (!moving && r.movingSamples) resetAccumulation(r);
   r.moving = moving;
-  const bool sizeChanged = stepRenderSize(r, in, moving, dt);
+  const PacePlan plan = stepPacing(r, in, moving, dt);
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
   if (tracing) {
-    completed = traceStep(r, in, moving, sizeChanged);
+    completed = traceStep(r, in, moving, plan);
     r.movingSamples = r.movingSamples || moving;
   }
-  r.lastFrameCompletedMoving = completed && moving;
-  const double postStart = secondsNow();
-  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
-           in.height);
-  if (tracing) {
-    gl.Finish();  // the band after it is sized against this cost
-    r.postMs = (secondsNow() - postStart) * 1000;
+  r.pacing.completedMoving = completed && moving;
+  const bool pictureFinal = r.samples >= r.targetSamples && !moving;
+  if (wantsPost(in.unattended, pictureFinal, r.lastPostTime < 0 ? 1e9 : in.now - r.lastPostTime)) {
+    const double postStart = secondsNow();
+    postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
+             in.height);
+    r.lastPostTime = in.now;
+    if (tracing && !in.unattended) {
+      gl.Finish();  // the band after it is sized against this cost
+      r.postMs = (secondsNow() - postStart) * 1000;
+    }
   }
   const bool failed = r.shaderErrorShown;
   return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget;

@@ -19,6 +19,7 @@
 
 #include "io/settings.h"
 #include "model/params.h"
+#include "render/program_cache.h"
 
 #include <cstdint>
 #include <functional>
@@ -88,6 +89,18 @@ struct Lighting {
 
 // [SECTION] The renderer record
 
+// The frame driver's cost model (frame_math.h holds its rules).
+struct FramePacing {
+  double pixelMs = 0;          // ms per pixel of a sample at `quality`; 0 = not known
+  double quality = 0;          // the qualityCost the estimate is for
+  bool spansSample = false;    // measured over all rows of a sample (sky and fractal alike)
+  double sampleMs = 0;         // the sample being drawn in bands: its cost so far
+  int sampleRows = 0;          //   and the rows it covered
+  bool banding = false;        // a whole sample would take over the banding limit
+  double scale = 1;            // adaptive scale, 0.25..1
+  bool completedMoving = false;  // the previous frame completed a sample while moving
+};
+
 // The product's time and size budgets: one band costs about kBandMs; a
 // whole sample slower than kBandingMs is cut into bands; photo tiles are at
 // most kPhotoTile pixels on a side.
@@ -113,6 +126,7 @@ struct Renderer {
   std::string programKey;          // lookup buffer of fractalProgram
   std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
   int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
+  ProgramCache programCache;       // binaries kept across runs; off until useProgramCache
   std::string errorText;           // compile and link logs, appended in order
   std::string gpu;                 // GL_RENDERER + " · OpenGL " + GL_VERSION
   std::string shaderMessage;       // "Ошибка шейдера:" … to show once; cleared by takeShaderMessage
@@ -133,12 +147,10 @@ struct Renderer {
   int samples = 0;                 // n: samples completed since the last reset
   uint32_t sequence = 0;           // never reset; advances with n
   int rowCursor = 0;
-  int bandHeight = 0;               // 0: the cost of a row is not known yet
+  FramePacing pacing;              // what a sample costs; banding flag, adaptive scale
   double postMs = 0;               // what the last traced frame's post-processing cost
-  bool banding = false;
+  double lastPostTime = -1;
   double movingUntil = 0;
-  double adaptiveScale = 1;        // 0.25..1
-  bool lastFrameCompletedMoving = false;  // previous frame completed a sample while moving
   int iterations = 0;              // this frame's iteration count (0 = from the record)
   int maxSteps = 320;
   bool deep = false;               // fp64 program in use
@@ -173,6 +185,10 @@ inline constexpr const char* kErrorNoGlFunction = "Нет функции OpenGL:
 bool initRenderer(Renderer& r, GlLoader loader, std::string& error);
 // Deletes every GL object the renderer owns; the context must still be current.
 void destroyRenderer(Renderer& r);
+
+// Keeps fractal programs as driver binaries in `folder` (the platform's cache
+// folder) and takes them from there on later runs; empty: no cache.
+void useProgramCache(Renderer& r, const std::string& folder);
 
 // Makes `p` current: palette texture, lighting, and the "trace" program of its
 // type. Failure: "Не удалось скомпилировать шейдер фрактала:" + log. Resets.

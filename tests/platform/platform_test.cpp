@@ -81,6 +81,19 @@ TEST(Folders, SettingsFolderHonoursOnlyAbsoluteXdgConfigHome) {
   std::filesystem::remove_all(root);
 }
 
+TEST(Folders, CacheFolderHonoursOnlyAbsoluteXdgCacheHome) {
+  EnvGuard xdg("XDG_CACHE_HOME"), home("HOME");
+  std::string root = tempFolder("cache");
+  setenv("HOME", (root + "/home").c_str(), 1);
+  setenv("XDG_CACHE_HOME", (root + "/cache").c_str(), 1);
+  EXPECT_EQ(platform::cacheFolder(), root + "/cache/Quorvantelix");
+  EXPECT_TRUE(std::filesystem::is_directory(root + "/cache/Quorvantelix"));
+  setenv("XDG_CACHE_HOME", "relative/cache", 1);
+  EXPECT_EQ(platform::cacheFolder(), root + "/home/.cache/Quorvantelix");
+  EXPECT_FALSE(std::filesystem::exists("relative/cache"));
+  std::filesystem::remove_all(root);
+}
+
 TEST(Folders, PicturesFolderFollowsUserDirsThenPicturesThenHome) {
   EnvGuard xdg("XDG_CONFIG_HOME"), home("HOME");
   std::string root = tempFolder("pictures");

@@ -20,7 +20,7 @@ std::vector<float> driveStill(Renderer& r, const FrameInput& still, int samples,
   in.now = r.lastFrameTime + 100;
   resetAccumulation(r);
   r.sequence = 40;
-  r.banding = false;
+  r.pacing.banding = false;
   int n = 0;
   for (; n < 400 && renderStatus(r).samples < samples; ++n) {
     renderFrame(r, in);
@@ -44,20 +44,70 @@ TEST_F(RenderGl, BandedSamplesEqualWholeSamples) {
   ASSERT_TRUE(setFractal(r, p, error)) << error;
   const int w = 40, h = 30, samples = 3;
   int wholeFrames = 0, bandedFrames = 0;
-  r.bandingMs = 1e12;  // whole samples, however long the first one (with its shader build) takes
+  // Whole samples, however long the first one (with its shader build) takes;
+  // the first grows from the probe rows, never by the wall clock.
+  r.bandMs = 1e-9;
+  r.bandingMs = 1e12;
   const FrameInput in = stillFrame(p, s, w, h, platform::defaultFramebuffer(window));
   const std::vector<float> whole = driveStill(r, in, samples, &wholeFrames);
-  r.bandMs = 1e-9;
   r.bandingMs = 0;
   const std::vector<float> banded = driveStill(r, in, samples, &bandedFrames);
   r.bandMs = 35;
   r.bandingMs = 80;
   // A new program's first sample is probed in growing bands (8, 16, the rest).
   EXPECT_EQ(wholeFrames, samples + 2);
-  EXPECT_EQ(bandedFrames, 1 + (samples - 1) * ((h + 7) / 8));  // 30 rows: 8, 8, 8, 6
+  // The cost model survives the reset: every banded sample is 8, 8, 8, 6 rows.
+  EXPECT_EQ(bandedFrames, samples * ((h + 7) / 8));
   const ImageDiff d = compareImages("banded", banded, whole, w, h, 1e-4f);
   EXPECT_EQ(d.differing, 0) << d;
   for (size_t i = 3; i < whole.size(); i += 4) ASSERT_EQ(banded[i], whole[i]) << "depth of pixel " << i / 4;
+}
+
+// Close up, the detail follows the zoom: a sponge 1e-6 from its corner is
+// drawn with the depth's iteration count and step budget, in a frame (what a
+// shot reads) and in a photo alike: the same picture as the record given
+// that count and budget with the growth off. With the setting off the
+// record's own count stands, and the coarse sponge shows another picture.
+TEST_F(RenderGl, DetailFollowsTheZoom) {
+  Renderer& r = *renderer;
+  FractalParams p = defaultsForType("menger");
+  p.tx = p.ty = p.tz = 1;
+  p.dist = 1e-6;
+  AppSettings grows;
+  ASSERT_TRUE(grows.autoIter);  // the default
+  std::string error;
+  ASSERT_TRUE(setFractal(r, p, error)) << error;
+  const int w = 48, h = 32;
+  const uint32_t fbo = platform::defaultFramebuffer(window);
+  const std::vector<float> deep = driveStill(r, stillFrame(p, grows, w, h, fbo), 1, nullptr);
+  const int iter = renderStatus(r).iterations;
+  const double depth = std::log2(4.2 / 1e-6);  // the sponge's reference distance is 4.2
+  EXPECT_EQ(iter, int(std::floor(p.iter + 0.65 * depth + 0.5)));
+  EXPECT_GT(iter, 20);
+
+  FractalParams q = p;
+  q.iter = iter;
+  AppSettings fixed;
+  fixed.autoIter = false;
+  fixed.maxSteps = grows.maxSteps + 400;  // the frame's growth is capped at 400 steps
+  const std::vector<float> given = driveStill(r, stillFrame(q, fixed, w, h, fbo), 1, nullptr);
+  EXPECT_EQ(renderStatus(r).iterations, iter);
+  const ImageDiff same = compareImages("detail_given", given, deep, w, h, 1e-5f);
+  EXPECT_EQ(same.differing, 0) << same;
+
+  AppSettings off;
+  off.autoIter = false;
+  const std::vector<float> coarse = driveStill(r, stillFrame(p, off, w, h, fbo), 1, nullptr);
+  EXPECT_EQ(renderStatus(r).iterations, int(std::floor(p.iter + 0.5)));
+  const ImageDiff other = compareImages("detail_coarse", coarse, deep, w, h, 0.02f);
+  EXPECT_GT(other.differing, w * h / 20) << other;
+
+  // The photo's budget grows without the frame's cap.
+  std::vector<uint8_t> photoGrows, photoGiven;
+  ASSERT_TRUE(renderPhoto(r, w, h, 1, stillFrame(p, grows, w, h, fbo), photoGrows, nullptr));
+  fixed.maxSteps = grows.maxSteps + int(24 * depth);
+  ASSERT_TRUE(renderPhoto(r, w, h, 1, stillFrame(q, fixed, w, h, fbo), photoGiven, nullptr));
+  EXPECT_EQ(photoGrows, photoGiven);
 }
 
 // Moving frames with a slow (banded) sample shrink the render size; both
@@ -81,7 +131,7 @@ TEST_F(RenderGl, AdaptiveResolutionKeepsTheWindowsAspect) {
   renderFrame(r, in);
   const RenderStatus still = renderStatus(r);
   r.bandingMs = 80;
-  r.adaptiveScale = 1;
+  r.pacing.scale = 1;
   EXPECT_LT(moving.renderWidth, w * 3 / 4);
   EXPECT_GT(moving.renderWidth, 0);
   EXPECT_NEAR(double(moving.renderWidth) / moving.renderHeight, double(w) / h, 0.1)

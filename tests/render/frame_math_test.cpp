@@ -103,6 +103,28 @@ TEST(FrameMath, IterationsAndStepBudgetGrowWithDepth) {
   EXPECT_EQ(photoStepBudget(320, false, 100), 320);
 }
 
+// The one depth rule of frames, shots, photos and film frames: with the
+// setting on the detail grows wherever the camera is closer than the type's
+// reference distance; with it off only in the dive.
+TEST(FrameMath, DepthDetailFollowsTheSetting) {
+  FractalParams p = defaultsForType("mandelbulb");  // camDist 3.4, growth 0.5
+  p.iter = 10;
+  AppSettings s;
+  s.maxSteps = 320;
+  const double close = 3.4 / 1024;  // 10 doublings
+  DepthDetail d = depthDetail(p, s, false, close, false);
+  EXPECT_EQ(d.iterations, 15);
+  EXPECT_EQ(d.maxSteps, 560);
+  EXPECT_EQ(depthDetail(p, s, false, 3.4 * 2, false).iterations, 10);  // farther: the record's
+  s.autoIter = false;
+  d = depthDetail(p, s, false, close, true);
+  EXPECT_EQ(d.iterations, 10);
+  EXPECT_EQ(d.maxSteps, 320);
+  d = depthDetail(p, s, true, close, true);  // the dive grows it regardless
+  EXPECT_EQ(d.iterations, 15);
+  EXPECT_EQ(d.maxSteps, 560);
+}
+
 TEST(FrameMath, PrecisionChoiceWithHysteresis) {
   EXPECT_FALSE(chooseDeep(0, true, 0.0003, false));
   EXPECT_TRUE(chooseDeep(0, true, 0.00019, false));
