@@ -107,10 +107,11 @@ TEST_F(PanelFrames, ASliderDragIsOneHistoryStepAndATypedValueStaysInItsRange) {
   frame();
   EXPECT_NE(s->params.metal, dragged);  // one undo takes the whole drag back
 
-  // A double click types the value; past either end it is held at the end.
+  // A double click on the number types the value; past either end it is
+  // held at the end.
   for (const auto& [typed, expected] : {std::pair{"5", 1.0}, std::pair{"-3", 0.0}}) {
-    row = rect("sl:Металл");
-    click(row.centreX(), trackY(row), 2);
+    const WidgetRect number = rect("sv:Металл");
+    click(number.centreX(), number.centreY(), 2);
     ASSERT_TRUE(s->input.textFocus);
     platform::InputEvent text;
     text.type = EventType::Text;
