@@ -11,7 +11,7 @@
 #include "model/tables.h"
 #include "nav/gestures.h"
 #include "platform/platform.h"
-#include "../support/test_support.h"
+#include "app_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -27,72 +27,15 @@ namespace {
 using platform::EventType;
 using platform::InputEvent;
 
-constexpr int kW = 160, kH = 100;
-
-class Dispatch : public ::testing::Test {
+// The shared headless application, with a key event of any type and a drag.
+class Dispatch : public HeadlessApp {
  protected:
-  static void SetUpTestSuite() {
-    // Nothing of the user's: settings and pictures go to a scratch folder.
-    auto home = std::filesystem::temp_directory_path() / ("qtx_dispatch_" + std::to_string(getpid()));
-    std::filesystem::create_directories(home);
-    setenv("XDG_CONFIG_HOME", home.c_str(), 1);
-    setenv("HOME", home.c_str(), 1);
-    window = openHeadless(kW, kH, skipReason);
-  }
-  static void TearDownTestSuite() {
-    if (window) platform::destroyWindow(window);
-    window = nullptr;
-  }
-
-  void SetUp() override {
-    if (!window) GTEST_SKIP() << skipReason;
-    platform::pollEvents(window);  // nothing left over from another test
-    s = std::make_unique<AppState>();
-    s->window = window;
-    s->uiHidden = true;
-    s->targetSamples = 2;
-    std::string error;
-    ASSERT_TRUE(initRenderer(s->renderer, platform::glProcAddress, error)) << error;
-    LaunchOptions o;
-    o.seed = "classic";
-    o.type = "mandelbulb";
-    o.dist = 3.4;
-    applyLaunchOptions(*s, o);
-    s->camera.yaw = s->camera.goalYaw = 35;
-    s->camera.pitch = s->camera.goalPitch = 22;
-    ASSERT_TRUE(setFractal(s->renderer, s->params, error)) << error;
-  }
-  void TearDown() override {
-    if (s) destroyRenderer(s->renderer);
-  }
-
-  void post(InputEvent e) { platform::postEvent(window, e); }
+  using HeadlessApp::post;
   void post(EventType t, int32_t key, uint32_t mods = 0) {
     InputEvent e;
     e.type = t;
     e.key = key;
     e.mods = mods;
-    post(e);
-  }
-  void key(int32_t k, uint32_t mods = 0) {
-    post(EventType::KeyDown, k, mods);
-    post(EventType::KeyUp, k, mods);
-  }
-  void mouse(EventType t, int x, int y, int button = 1, int clicks = 1) {
-    InputEvent e;
-    e.type = t;
-    e.x = x;
-    e.y = y;
-    e.button = button;
-    e.clicks = clicks;
-    post(e);
-  }
-  void wheel(int x, int y, float notches) {
-    InputEvent e;
-    e.type = EventType::MouseWheel;
-    e.x = x;
-    e.y = y;
-    e.wheel = notches;
     post(e);
   }
   void drag(int x0, int y0, int x1, int y1, int button = 1) {
@@ -101,27 +44,7 @@ class Dispatch : public ::testing::Test {
     mouse(EventType::MouseMove, x1, y1);
     mouse(EventType::MouseUp, x1, y1, button);
   }
-  // The loop's part: drain, dispatch, then the per-frame fields stay for
-  // the checks (the loop clears them after the frame).
-  void pump() {
-    clearFrameInput(s->input);
-    for (const auto& e : platform::pollEvents(window)) dispatchEvent(*s, e);
-  }
-  // Frames until the camera rests and the picture has its samples.
-  void settle() {
-    for (int i = 0; i < 400; ++i) {
-      bool more = runFrame(*s);
-      if (!more && !s->cameraWasMoving) return;
-    }
-  }
-
-  static platform::Window* window;
-  static std::string skipReason;
-  std::unique_ptr<AppState> s;
 };
-
-platform::Window* Dispatch::window = nullptr;
-std::string Dispatch::skipReason;
 
 double length(const double v[3]) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); }
 
