@@ -38,7 +38,7 @@ struct FilmPath {
 };
 
 JsonValue filmPathToJson(const FilmPath& p);
-// False with a Russian `error` when the document is not a usable path.
+// False with a Russian `error` when the file holds no usable path.
 bool filmPathFromJson(const JsonValue& root, FilmPath& out, std::string& error);
 bool saveFilmPath(const std::string& file, const FilmPath& p, std::string& error);
 bool loadFilmPath(const std::string& file, FilmPath& out, std::string& error);
