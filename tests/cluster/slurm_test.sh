@@ -127,13 +127,13 @@ if ! "$prog" --help 2>/dev/null | grep -q -- '--video'; then
   echo "film half skipped: this build has no --video"
   exit 0
 fi
-film_args=(--seed classic --type kifs --size 96x64 --samples 2 --fps 24 --duration 1 --random-seed 7)
+film_args=(--seed classic --type kifs --size 96x64 --samples 2 --fps 24 --dive 1 --random-seed 7)
 start=$(date +%s)
 QTX_PROGRAM=$prog "$submit" film "$dir/out/film.mp4" 3 "${film_args[@]}" >"$dir/submit.txt" ||
   fail "submit.sh film failed"
 cat "$dir/submit.txt"
 array=$(ids массив "$dir/submit.txt") final=$(ids сборка "$dir/submit.txt")
-for _ in $(seq 300); do [ "$(state "${array}_0")" = RUNNING ] && break; sleep 0.1; done
+for _ in $(seq 900); do [ "$(state "${array}_0")" = RUNNING ] && break; sleep 0.1; done
 scontrol requeue "${array}_0" && echo "film: task ${array}_0 cancelled while running and requeued"
 mkdir -p "$dir/single"
 "$prog" --video "$dir/single/" "${film_args[@]}" 2>/dev/null || fail "the single-process film's frames failed"

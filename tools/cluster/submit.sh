@@ -33,8 +33,30 @@ extra=()
 if sinfo -h -o '%G' 2>/dev/null | grep -q 'gpu'; then extra+=(--gres=gpu:1); fi
 
 export QTX_WORK=$work QTX_PROGRAM=$prog QTX_RETRIES=${QTX_RETRIES:-2}
+# A film of a dive is planned once, by a job of its own, and every share
+# draws that path: a plan made on each node would follow each node's own
+# renderer, and the shares of different plans do not make one film.
+after=()
+if [ "$kind" = film ]; then
+  args=("$@") keep=() dive=0
+  for ((i = 0; i < ${#args[@]}; i++)); do
+    case ${args[$i]} in
+      --dive) dive=1 i=$((i + 1)) ;;
+      --random-seed) i=$((i + 1)) ;;
+      *) keep+=("${args[$i]}") ;;
+    esac
+  done
+  if [ "$dive" = 1 ]; then
+    plan=$(sbatch --parsable --job-name=qtx-film-plan --output="$work/slurm-%j-plan.out" \
+      ${extra[@]+"${extra[@]}"} --wrap "$(printf '%q ' "$prog" --video "$work/plan/" --frames 0-0 "$@")")
+    plan=${plan%%;*}
+    printf '%s\0' ${keep[@]+"${keep[@]}"} --path "$work/plan/path.json" >"$work/args"
+    after=(--dependency=afterok:"$plan" --kill-on-invalid-dep=yes)
+    echo "план: $plan (путь погружения: $work/plan/path.json)"
+  fi
+fi
 array=$(sbatch --parsable --array=0-$((parts - 1)) --output="$work/slurm-%A_%a.out" \
-  ${extra[@]+"${extra[@]}"} "$here/$kind.sbatch")
+  ${after[@]+"${after[@]}"} ${extra[@]+"${extra[@]}"} "$here/$kind.sbatch")
 array=${array%%;*}
 
 if [ "$kind" = poster ]; then
