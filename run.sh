@@ -11,17 +11,7 @@ mkdir -p build
 log=$PWD/build/run.log
 : >"$log"
 
-# step TEXT COMMAND...: the line, then the command with its output in the log.
-step() {
-  local text=$1
-  shift
-  echo "$text"
-  if ! "$@" >>"$log" 2>&1; then
-    echo "Не получилось. Подробности в $log, последние строки:"
-    tail -n 15 "$log"
-    exit 1
-  fi
-}
+source tools/steps.sh
 
 # progress: on a terminal the program's "рендер N%" lines rewrite one line,
 # which is cleared at the end; elsewhere (a log) they are left out. Any other

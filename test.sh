@@ -13,17 +13,7 @@ mkdir -p build-test
 log=$PWD/build-test/setup.log
 : >"$log"
 
-# step TEXT COMMAND...: the line, then the command with its output in the log.
-step() {
-  local text=$1
-  shift
-  echo "$text"
-  if ! "$@" >>"$log" 2>&1; then
-    echo "Не получилось. Подробности в $log, последние строки:"
-    tail -n 25 "$log"
-    exit 1
-  fi
-}
+source tools/steps.sh
 
 # run_tests BUILD_DIR: ctest without the lines of tests that passed.
 run_tests() {
