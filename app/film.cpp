@@ -11,6 +11,7 @@
 #include "app/film.h"
 
 #include "app/commands.h"
+#include "app/frame.h"
 #include "io/files.h"
 #include "io/png_chunk.h"
 #include "io/preset.h"
@@ -71,15 +72,7 @@ FilmPath planDivePath(AppState& s, int frames, int fps, uint32_t randomSeed,
   for (int k = 0; k < frames; ++k) {
     const double now = 1.0 + k * dt;  // the dive's clock starts above its "never retargeted" 0
     if (s.dive.on) {
-      DiveContext ctx;
-      ctx.dt = dt;
-      ctx.now = now;
-      ctx.speed = s.settings.diveSpeed;
-      ctx.deepAllowed = canUseDoublePrecision(s.params) && s.settings.deep != 1;
-      ctx.sequence = s.renderer.sequence;
-      ctx.findDeepest = [&s](double maxDepth, double point[3]) {
-        return findDeepestPoint(pictureOf(s), depthReaderOf(s), maxDepth, point);
-      };
+      DiveContext ctx = diveContext(s, dt, now);
       ctx.newSeed = [&s](bool) { return s.params.dist; };  // a film keeps its fractal
       diveStep(s.dive, s.camera, ctx);
     }

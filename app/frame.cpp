@@ -12,8 +12,6 @@
 #include <cstdio>
 #include <utility>
 
-namespace {
-
 DiveContext diveContext(AppState& s, double dt, double now) {
   DiveContext ctx;
   ctx.dt = dt;
@@ -30,8 +28,6 @@ DiveContext diveContext(AppState& s, double dt, double now) {
   };
   return ctx;
 }
-
-}  // namespace
 
 FrameInput beginFrame(AppState& s) {
   double now = platform::now();

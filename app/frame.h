@@ -5,6 +5,10 @@
 
 #include "app/app_state.h"
 
+// What the dive step reads of the application at this moment: its clock,
+// speed, precision, the deepest point of the picture, and a new seed after
+// surfacing.
+DiveContext diveContext(AppState& s, double dt, double now);
 // Everything before drawing; returns what the renderer is to draw.
 FrameInput beginFrame(AppState& s);
 // Everything after the renderer's frame (`more`: its own wish for another);
