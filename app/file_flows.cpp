@@ -229,7 +229,8 @@ bool photoTo(AppState& s, const std::string& typed, int w, int h, int samples) {
 
 namespace {
 
-// The pill and the title of a film in the making, as a photo shows its own.
+// The pill and the title of a film in the making, as a photo shows its own;
+// the percent and the time left are the stage's (planning, then drawing).
 bool filmProgress(AppState& s, const std::string& stage, double fraction, double started, double& shownAt) {
   const double elapsed = platform::now() - started;
   const double left = fraction > 0.001 ? elapsed / fraction * (1 - fraction) : 0;
@@ -306,8 +307,7 @@ bool filmTo(AppState& s, const std::string& typed, int w, int h, int fps, int sa
   const InteractiveState before(s);
   s.photoRunning = true;
   showPhotoProgress(s, "Видео 0% · Esc — отмена");
-  const double started = platform::now();
-  double shownAt = started;
+  double started = platform::now(), shownAt = started;
   FilmPath film;
   bool going = true;
   if (hasRecordedPath(s)) {
@@ -319,7 +319,7 @@ bool filmTo(AppState& s, const std::string& typed, int w, int h, int fps, int sa
     const uint32_t seed = std::random_device{}();
     film = planDivePath(s, frames, fps, seed, [&](int done) {
       const std::string stage = "план погружения: кадр " + std::to_string(done) + " из " + std::to_string(frames);
-      return going = filmProgress(s, stage, 0.1 * done / frames, started, shownAt);
+      return going = filmProgress(s, stage, double(done) / frames, started, shownAt);
     });
   }
   FilmOutcome done;
@@ -330,11 +330,10 @@ bool filmTo(AppState& s, const std::string& typed, int w, int h, int fps, int sa
     spec.duration = seconds;
     spec.pathName = film.dive ? "dive" : "recorded";
     spec.keepCancelled = false;  // Esc leaves no film at all, as a photo leaves no picture
-    // A recording is drawn whole; a planned dive is a tenth of the work done.
-    const double base = film.dive ? 0.1 : 0;
+    started = platform::now();
     done = renderFilm(s, film, spec, [&](int i, int total, double f) {
       const std::string stage = "видео: кадр " + std::to_string(i + 1) + " из " + std::to_string(total);
-      return filmProgress(s, stage, base + (1 - base) * (i + f) / total, started, shownAt);
+      return filmProgress(s, stage, (i + f) / total, started, shownAt);
     });
   }
   before.restore(s);
