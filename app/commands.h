@@ -85,6 +85,17 @@ bool photoTo(AppState& s, const std::string& path, int w, int h, int samples);
 // close); true otherwise, with `problem` set when the file was not written.
 bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem);
 
+// "Снять видео…" (the Render tab): a save dialog, then the film drawn from
+// the last recorded path, else from the dive planned from the current view,
+// at w×h, `fps` frames a second, `samples` per frame, at most `seconds` long.
+// The view, modes and record are as before afterwards.
+void filmFlow(AppState& s, int w, int h, int fps, int samples, double seconds);
+// The same into a typed path (".mp4" added without an extension; a folder
+// ending in '/' gets numbered PNGs); false when cancelled or not written.
+bool filmTo(AppState& s, const std::string& path, int w, int h, int fps, int samples, double seconds);
+// A recording finished in this session, which the film draws instead of a dive.
+bool hasRecordedPath(const AppState& s);
+
 // [SECTION] Queries
 
 inline bool textFieldFocused(const AppState& s) { return s.input.textFocus; }

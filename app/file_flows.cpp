@@ -7,7 +7,9 @@
 //   [SECTION] Presets
 //   [SECTION] Crossbreeding
 //   [SECTION] Photo
+//   [SECTION] Film
 #include "app/commands.h"
+#include "app/film.h"
 #include "app/interface.h"
 #include "app/poster.h"
 
@@ -23,6 +25,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <random>
 
 namespace {
 
@@ -31,6 +34,7 @@ namespace {
 const std::vector<platform::FileFilter> kPresetFilter = {{"Пресет Quorvan Telix (*.json)", {"*.json"}}};
 const std::vector<platform::FileFilter> kOpenFilter = {{"Пресет или PNG Quorvan Telix", {"*.json", "*.png"}}};
 const std::vector<platform::FileFilter> kPngFilter = {{"PNG (*.png)", {"*.png"}}};
+const std::vector<platform::FileFilter> kVideoFilter = {{"Видео MP4 (*.mp4)", {"*.mp4"}}};
 
 // Dialogs open where the last one was answered, while that folder exists;
 // else in the pictures folder.
@@ -151,16 +155,8 @@ std::string photoPillText(double fraction, double secondsLeft) {
   return text;
 }
 
-bool photoProgress(AppState& s, double fraction, double secondsLeft, double& shownAt) {
-  char title[160];
-  std::snprintf(title, sizeof title, "Quorvan Telix 3D — рендер %d%%, осталось ~%d с (Esc — отмена)",
-                int(fraction * 100), int(std::lround(secondsLeft)));
-  platform::setTitle(s.window, title);
-  const double t = platform::now();
-  if (t - shownAt >= kPhotoRedrawSeconds) {
-    showPhotoProgress(s, photoPillText(fraction, secondsLeft));
-    shownAt = t;
-  }
+// Esc cancels; closing the window cancels too and then ends the program.
+bool keepRendering(AppState& s) {
   bool go = true;
   for (const auto& e : platform::pollEvents(s.window)) {
     if (e.type == platform::EventType::KeyDown && e.key == platform::kKeyEscape) go = false;
@@ -173,6 +169,19 @@ bool photoProgress(AppState& s, double fraction, double secondsLeft, double& sho
     }
   }
   return go;
+}
+
+bool photoProgress(AppState& s, double fraction, double secondsLeft, double& shownAt) {
+  char title[160];
+  std::snprintf(title, sizeof title, "Quorvan Telix 3D — рендер %d%%, осталось ~%d с (Esc — отмена)",
+                int(fraction * 100), int(std::lround(secondsLeft)));
+  platform::setTitle(s.window, title);
+  const double t = platform::now();
+  if (t - shownAt >= kPhotoRedrawSeconds) {
+    showPhotoProgress(s, photoPillText(fraction, secondsLeft));
+    shownAt = t;
+  }
+  return keepRendering(s);
 }
 
 }  // namespace
@@ -214,4 +223,124 @@ bool photoTo(AppState& s, const std::string& typed, int w, int h, int samples) {
   else if (!problem.empty()) showMessage(s, "Ошибка: " + problem);
   else showMessage(s, "PNG сохранён: " + path + " " + std::to_string(w) + "×" + std::to_string(h));
   return problem.empty();
+}
+
+// [SECTION] Film
+
+namespace {
+
+// The pill and the title of a film in the making, as a photo shows its own;
+// the percent and the time left are the stage's (planning, then drawing).
+bool filmProgress(AppState& s, const std::string& stage, double fraction, double started, double& shownAt) {
+  const double elapsed = platform::now() - started;
+  const double left = fraction > 0.001 ? elapsed / fraction * (1 - fraction) : 0;
+  char title[200], pill[200];
+  std::snprintf(title, sizeof title, "Quorvan Telix 3D — %s, %d%%, осталось ~%d с (Esc — отмена)", stage.c_str(),
+                int(fraction * 100), int(std::lround(left)));
+  std::snprintf(pill, sizeof pill, "%s · %d%% · осталось ~%d с · Esc — отмена", stage.c_str(), int(fraction * 100),
+                int(std::lround(left)));
+  platform::setTitle(s.window, title);
+  const double t = platform::now();
+  if (t - shownAt >= kPhotoRedrawSeconds) {
+    showPhotoProgress(s, pill);
+    shownAt = t;
+  }
+  return keepRendering(s);
+}
+
+// What planning the dive and drawing the frames change, put back after the
+// film: the interactive view goes on as it was.
+struct InteractiveState {
+  Camera camera;
+  DiveState dive;
+  LiveState live;
+  AppSettings settings;
+  FractalParams params;
+  bool deep;
+  double focusDepth;
+
+  explicit InteractiveState(const AppState& s)
+      : camera(s.camera), dive(s.dive), live(s.live), settings(s.settings), params(s.params),
+        deep(s.renderer.deep), focusDepth(s.renderer.focusDepth) {}
+  void restore(AppState& s) const {
+    s.camera = camera, s.dive = dive, s.live = live, s.settings = settings, s.params = params;
+    std::string ignored;
+    setFractal(s.renderer, s.params, ignored);
+    s.renderer.deep = deep;
+    s.renderer.focusDepth = focusDepth;
+    resetAccumulation(s.renderer);
+    s.redraw = true;
+  }
+};
+
+}  // namespace
+
+bool hasRecordedPath(const AppState& s) { return !s.recorder.on && !s.recorder.path.frames.empty(); }
+
+void filmFlow(AppState& s, int w, int h, int fps, int samples, double seconds) {
+  std::string path = askSave(s, "Снять видео", kVideoFilter, "film_" + safeFileName(s.params.seed) + ".mp4", ".mp4");
+  if (!path.empty()) filmTo(s, path, w, h, fps, samples, seconds);
+}
+
+bool filmTo(AppState& s, const std::string& typed, int w, int h, int fps, int samples, double seconds) {
+  std::string path = expandHome(typed, platform::homeFolder());
+  if (path.empty() || w < 2 || h < 2 || fps < 1 || samples < 1 || !(seconds > 0)) {
+    showMessage(s, "Ошибка: не задан файл видео");
+    return false;
+  }
+  // A folder (ending in '/') gets numbered PNGs; a name without an extension an .mp4.
+  const bool folder = path.back() == '/' || path.back() == '\\';
+  if (!folder && std::filesystem::path(path).extension().empty()) path += ".mp4";
+  std::string error;
+  if (!folder && !platform::videoSupported(path, error)) {
+    showMessage(s, "Ошибка: " + error);
+    return false;
+  }
+  if (folder) {
+    std::error_code ec;
+    std::filesystem::create_directories(path, ec);
+    if (!std::filesystem::is_directory(path)) {
+      showMessage(s, "Ошибка: " + fileProblem("Не удалось создать папку", path, ec.message()));
+      return false;
+    }
+  }
+  const InteractiveState before(s);
+  s.photoRunning = true;
+  showPhotoProgress(s, "Видео 0% · Esc — отмена");
+  double started = platform::now(), shownAt = started;
+  FilmPath film;
+  bool going = true;
+  if (hasRecordedPath(s)) {
+    film = s.recorder.path;
+  } else {
+    // The dive from the view as it stands, on a seed of its own.
+    if (!s.dive.on) setDive(s.dive, s.camera, s.params, true);
+    const int frames = std::max(1, int(std::lround(seconds * fps)));
+    const uint32_t seed = std::random_device{}();
+    film = planDivePath(s, frames, fps, seed, [&](int done) {
+      const std::string stage = "план погружения: кадр " + std::to_string(done) + " из " + std::to_string(frames);
+      return going = filmProgress(s, stage, double(done) / frames, started, shownAt);
+    });
+  }
+  FilmOutcome done;
+  if (going) {
+    FilmSpec spec;
+    spec.target = path;
+    spec.width = w, spec.height = h, spec.fps = fps, spec.samples = samples;
+    spec.duration = seconds;
+    spec.pathName = film.dive ? "dive" : "recorded";
+    spec.keepCancelled = false;  // Esc leaves no film at all, as a photo leaves no picture
+    started = platform::now();
+    done = renderFilm(s, film, spec, [&](int i, int total, double f) {
+      const std::string stage = "видео: кадр " + std::to_string(i + 1) + " из " + std::to_string(total);
+      return filmProgress(s, stage, (i + f) / total, started, shownAt);
+    });
+  }
+  before.restore(s);
+  s.photoRunning = false;
+  platform::setTitle(s.window, kAppTitle);
+  if (!going || done.cancelled) showMessage(s, kMsgPhotoCancelled);
+  else if (!done.error.empty()) showMessage(s, "Ошибка: " + done.error);
+  else showMessage(s, "Видео сохранено: " + path);
+  return going && !done.cancelled && done.error.empty();
 }

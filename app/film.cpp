@@ -395,6 +395,53 @@ bool obtainPath(FilmRun& run, FilmPath& p, std::string& source) {
 
 }  // namespace
 
+FilmOutcome renderFilm(AppState& s, const FilmPath& p, const FilmSpec& spec,
+                       const std::function<bool(int i, int total, double fraction)>& progress) {
+  FilmOutcome out;
+  const bool folder = isFolderTarget(spec.target);
+  const int w = spec.width, h = spec.height, fps = spec.fps;
+  // Another frame rate than the path's samples it afresh; the duration cuts it.
+  const double pathSeconds = double(p.frames.size()) / p.fps;
+  const double seconds = spec.duration > 0 ? std::min(spec.duration, pathSeconds) : pathSeconds;
+  const int count = std::max(1, int(std::floor(seconds * fps + 1e-6)));
+  const std::vector<int> chosen = selectedFrames(spec.frames, count);
+  out.total = int(chosen.size());
+  platform::VideoWriter* v = nullptr;
+  if (!folder && !(v = platform::openVideo(spec.target, w, h, fps, out.error))) return out;
+  out.encoder = folder ? "png" : platform::videoEncoderName(v);
+  std::vector<uint8_t> px;
+  for (int i = 0; i < out.total && out.error.empty(); ++i) {
+    const int k = chosen[size_t(i)];
+    const std::string file = folder ? spec.target + frameFileName(k) : std::string();
+    if (folder && isWholeFrameFile(file)) {
+      ++out.skipped;
+      continue;
+    }
+    const double at = double(k) * p.fps / fps;
+    if (!renderPathFrame(s, p, at, w, h, spec.samples, spec.shutter, px,
+                         [&](double f) { return !progress || progress(i, out.total, f); })) {
+      out.cancelled = true;
+      break;
+    }
+    ++out.rendered;
+    if (folder) {
+      std::string png, reason;
+      const PathFrame f = pathAt(p.frames, at);
+      if (!encodeFramePng(px, w, h, frameRecord(p, f), k, spec.pathName, png)) out.error = "не удалось закодировать PNG";
+      else if (!writeFileAtomic(file, png, &reason)) out.error = fileProblem(kMsgCannotWrite, file, reason);
+    } else {
+      platform::writeVideoFrame(v, px.data(), out.error);
+    }
+    if (progress && !progress(i, out.total, 1)) {
+      out.cancelled = true;
+      break;
+    }
+  }
+  if (v && out.error.empty() && (spec.keepCancelled || !out.cancelled)) platform::closeVideo(v, out.error);
+  else if (v) platform::abandonVideo(v);
+  return out;
+}
+
 int runFilm(AppState& s, const LaunchOptions& o) {
   FilmRun run{s, o, 0, 0, 0, 0, 0, false, ""};
   run.start = run.lastLine = platform::now();
@@ -420,49 +467,25 @@ int runFilm(AppState& s, const LaunchOptions& o) {
   if (o.width > 0) filmSize(o, w, h);
   else w = p.width, h = p.height;
   const int samples = o.samples > 0 ? o.samples : kDefaultFilmSamples;
-  // Another frame rate than the path's samples it afresh; --duration cuts it.
-  const int fps = o.fps > 0 ? o.fps : p.fps;
-  const double pathSeconds = double(p.frames.size()) / p.fps;
-  double seconds = o.duration > 0 ? std::min(o.duration, pathSeconds) : pathSeconds;
-  const int count = std::max(1, int(std::floor(seconds * fps + 1e-6)));
-  const std::vector<int> chosen = selectedFrames(o.frames, count);
-  run.total = int(chosen.size());
-  platform::VideoWriter* v = nullptr;
-  if (!folder && !(v = platform::openVideo(o.video, w, h, fps, error))) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return 1;
-  }
-  run.encoder = folder ? "png" : platform::videoEncoderName(v);
-  const std::string pathName = std::filesystem::path(source).filename().string();
-  std::vector<uint8_t> px;
+  FilmSpec spec;
+  spec.target = o.video;
+  spec.width = w, spec.height = h, spec.samples = samples;
+  spec.fps = o.fps > 0 ? o.fps : p.fps;
+  spec.shutter = o.shutter;
+  spec.duration = o.duration;
+  spec.frames = o.frames;
+  spec.pathName = std::filesystem::path(source).filename().string();
   run.start = platform::now();
-  for (int i = 0; i < run.total && error.empty(); ++i) {
-    const int k = chosen[size_t(i)];
-    const std::string file = folder ? o.video + frameFileName(k) : std::string();
-    if (folder && isWholeFrameFile(file)) {
-      ++run.skipped;
-      continue;
-    }
-    const double at = double(k) * p.fps / fps;
-    if (!renderPathFrame(s, p, at, w, h, samples, o.shutter, px, [&](double f) {
-          reportProgress(run, i, f);
-          return keepGoing(run);
-        }))
-      break;
-    ++run.rendered;
-    if (folder) {
-      std::string png, reason;
-      const PathFrame f = pathAt(p.frames, at);
-      if (!encodeFramePng(px, w, h, frameRecord(p, f), k, pathName, png)) error = "не удалось закодировать PNG";
-      else if (!writeFileAtomic(file, png, &reason)) error = fileProblem(kMsgCannotWrite, file, reason);
-    } else {
-      platform::writeVideoFrame(v, px.data(), error);
-    }
-    reportProgress(run, i, 1);
-    if (!keepGoing(run)) break;
-  }
-  if (v && error.empty()) platform::closeVideo(v, error);
-  else if (v) platform::abandonVideo(v);
+  const FilmOutcome done = renderFilm(s, p, spec, [&](int i, int total, double f) {
+    run.total = total;
+    reportProgress(run, i, f);
+    return keepGoing(run);
+  });
+  run.total = done.total, run.rendered = done.rendered, run.skipped = done.skipped;
+  run.cancelled = run.cancelled || done.cancelled;
+  run.encoder = done.encoder;
+  error = done.error;
+  const int fps = spec.fps;
   platform::setTitle(s.window, kAppTitle);
   const std::string log = logText(run, p, fps, w, h, samples, source, o.video, platform::now() - run.start);
   writeFileAtomic(logPath(o.video), log);

@@ -40,6 +40,28 @@ bool saveRecording(AppState& s, const std::string& file);
 
 inline constexpr const char* kMsgRecording = "Запись пути: всё, что делает камера, до повторного нажатия K";
 
+// What a path is drawn into: a video file by its extension, or a folder
+// (ending in '/') of numbered PNGs that a later run resumes.
+struct FilmSpec {
+  std::string target;
+  int width = 1280, height = 720, fps = 30, samples = 16;
+  double shutter = 0;          // motion blur over this part of a frame's time
+  double duration = 0;         // seconds; ≤ 0: as long as the path lasts
+  FrameSelection frames;       // only these frames (folder output)
+  std::string pathName;        // the path file the frames' PNGs name
+  bool keepCancelled = true;   // a cancelled video is closed with the frames done, else dropped
+};
+struct FilmOutcome {
+  int total = 0, rendered = 0, skipped = 0;
+  bool cancelled = false;
+  std::string encoder, error;  // error: why the film stopped short (Russian)
+};
+// Renders the path's frames into spec.target. `progress` gets the frame's
+// place in this run (i of total) and how far it is drawn, and returns false
+// to stop.
+FilmOutcome renderFilm(AppState& s, const FilmPath& p, const FilmSpec& spec,
+                       const std::function<bool(int i, int total, double fraction)>& progress);
+
 // The whole command-line film: plan or load, render, write, report.
 // Returns the exit status.
 int runFilm(AppState& s, const LaunchOptions& o);

@@ -327,6 +327,49 @@ struct PhotoChoice {
   int w, h, samples;
 };
 
+constexpr PhotoSize kFilmSizes[] = {{"1280×720", 1280, 720}, {"1920×1080", 1920, 1080}, {"3840×2160 (4K)", 3840, 2160}};
+constexpr int kFilmFps[] = {24, 30, 60};
+constexpr int kFilmSamples[] = {4, 16, 64, 256};
+
+struct FilmChoice {
+  int w, h, fps, samples;
+  double seconds;
+};
+
+// The "Видео" section's choices, as the settings remember them.
+FilmChoice filmChoice(const AppSettings& q) {
+  const PhotoSize& size = kFilmSizes[std::clamp(int(q.filmSize), 0, int(std::size(kFilmSizes)) - 1)];
+  return {size.w, size.h, kFilmFps[std::clamp(int(q.filmFps), 0, int(std::size(kFilmFps)) - 1)],
+          kFilmSamples[std::clamp(int(q.filmSamples), 0, int(std::size(kFilmSamples)) - 1)], q.filmSeconds};
+}
+
+// The "Видео" section: what will be filmed, its size, rate and samples, and the button.
+void filmSection(AppState& s, WidgetState& w) {
+  AppSettings& q = s.settings;
+  label(w, "Видео", true);
+  label(w, hasRecordedPath(s) ? "Путь: записанный, " + std::to_string(s.recorder.path.frames.size()) + " кадров"
+                              : std::string("Погружение от текущего вида"));
+  double seconds = q.filmSeconds;
+  if (slider(w, "Длительность", seconds, {1, 120, 0, " с", false, nullptr}) != Edit::None) q.filmSeconds = seconds;
+  static const std::vector<std::string> rates = {"24 кадра/с", "30 кадров/с", "60 кадров/с"};
+  static const std::vector<std::string> sizes = [] {
+    std::vector<std::string> v;
+    for (const PhotoSize& p : kFilmSizes) v.push_back(p.label);
+    return v;
+  }();
+  static const std::vector<std::string> samples = {"4 сэмпла", "16 сэмплов", "64 сэмпла", "256 сэмплов"};
+  // The pills' ids carry the section, as the photo's sizes share labels with them.
+  int rate = std::clamp(int(q.filmFps), 0, 2), size = std::clamp(int(q.filmSize), 0, 2);
+  int count = std::clamp(int(q.filmSamples), 0, 3);
+  if (pills(w, rates, rate, 3, "pl:Видео: ")) q.filmFps = rate;
+  if (pills(w, sizes, size, 2, "pl:Видео: ")) q.filmSize = size;
+  if (pills(w, samples, count, 2, "pl:Видео: ")) q.filmSamples = count;
+  if (button(w, "Снять видео…", "кадры рисуются как снимки; Esc — отмена")) {
+    FilmChoice c = filmChoice(q);
+    s.afterFrame = [c](AppState& st) { filmFlow(st, c.w, c.h, c.fps, c.samples, c.seconds); };
+  }
+}
+
 // The Render tab's size and samples; "Как на экране" is the client's size.
 PhotoChoice photoChoice(const AppSettings& q, int width, int height) {
   const PhotoSize& size = kPhotoSizes[std::clamp(int(q.photoSize), 0, int(std::size(kPhotoSizes)) - 1)];
@@ -371,6 +414,8 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
     PhotoChoice c = photoChoice(s.settings, width, height);
     s.afterFrame = [c](AppState& st) { photoFlow(st, c.w, c.h, c.samples); };
   }
+  gap(w, 6);
+  filmSection(s, w);
 }
 
 // [SECTION] Tab "Архив"
@@ -398,6 +443,10 @@ void tabArchive(AppState& s, WidgetState& w, int width, int height) {
   if (button(w, "Снимок PNG в этот файл", "размер и сэмплы — как на вкладке «Рендер»")) {
     PhotoChoice c = photoChoice(s.settings, width, height);
     s.afterFrame = [c, file = path()](AppState& st) { photoTo(st, file, c.w, c.h, c.samples); };
+  }
+  if (button(w, "Видео в этот файл", "параметры — как в разделе «Видео» вкладки «Рендер»")) {
+    FilmChoice c = filmChoice(s.settings);
+    s.afterFrame = [c, file = path()](AppState& st) { filmTo(st, file, c.w, c.h, c.fps, c.samples, c.seconds); };
   }
   gap(w, 6);
   recentSeeds(s, w);

@@ -36,6 +36,10 @@ const QualityMember kQuality[] = {
     {"vsync", nullptr, nullptr, &AppSettings::vsync},
     {"photoSize", nullptr, &AppSettings::photoSize, nullptr},
     {"photoSamples", nullptr, &AppSettings::photoSamples, nullptr},
+    {"filmSeconds", &AppSettings::filmSeconds, nullptr, nullptr},
+    {"filmFps", nullptr, &AppSettings::filmFps, nullptr},
+    {"filmSize", nullptr, &AppSettings::filmSize, nullptr},
+    {"filmSamples", nullptr, &AppSettings::filmSamples, nullptr},
 };
 
 // A number from the file, brought into the member's range; one that is not

@@ -29,6 +29,10 @@ struct AppSettings {
   // Remembered choices beyond the classic fourteen (old files load without them).
   int32_t photoSize = 0;     // the Render tab's "Размер" pill, 0 = "Как на экране"
   int32_t photoSamples = 2;  // its samples pill, 2 = "128 сэмплов"
+  double filmSeconds = 10;   // the "Видео" section: duration,
+  int32_t filmFps = 1;       // frame-rate pill (1 = 30 fps),
+  int32_t filmSize = 0;      // size pill (0 = 1280×720),
+  int32_t filmSamples = 1;   // samples pill (1 = 16 per frame)
   std::string lastFolder;    // where the last file dialog was answered
 
   bool operator==(const AppSettings&) const = default;

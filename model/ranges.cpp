@@ -67,6 +67,10 @@ const std::vector<ValueRange> kRanges = {
     {"mutation", 0, 1, false},
     {"photoSize", 0, 5, true},
     {"photoSamples", 0, 5, true},
+    {"filmSeconds", 1, 120, false},
+    {"filmFps", 0, 2, true},
+    {"filmSize", 0, 2, true},
+    {"filmSamples", 0, 3, true},
     // Command-line values that are in neither.
     {"tab", 0, 5, true},
     {"dive", 0, 86400, false},

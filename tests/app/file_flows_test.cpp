@@ -5,6 +5,7 @@
 #include "app_fixture.h"
 
 #include "io/files.h"
+#include "io/preset.h"
 #include "../support/fake_portal.h"
 
 #include <fstream>
@@ -111,4 +112,62 @@ TEST_F(FileFlows, ACancelledPortalDialogIsTheAnswerAndAChosenFileOpens) {
   }
   EXPECT_EQ(s->params.seed, "другой");
   EXPECT_EQ(s->toastText, "Загружено: другой");
+}
+
+// "Снять видео…" through the dialog and the typed path: the film is drawn
+// from the last recording, else from a dive planned from the view, and the
+// interactive state is as it was afterwards; Esc leaves no file behind.
+TEST_F(FileFlows, FilmsARecordingOrADiveAndLeavesTheViewAsItWas) {
+  std::string why;
+  if (!platform::videoSupported("a.mp4", why)) GTEST_SKIP() << why;
+  // A recording of two frames a quarter-turn apart, finished in this session.
+  FilmPath& rec = s->recorder.path;
+  rec.record = s->params;
+  rec.quality = s->settings;
+  rec.fps = 4;
+  rec.frames = {frameOfCamera(s->camera, -1), frameOfCamera(s->camera, -1)};
+  rec.frames[1].yaw += 90;
+  ASSERT_TRUE(hasRecordedPath(*s));
+  setenv("QTX_ZENITY_ANSWER", (dir / "фильм").c_str(), 1);
+  filmFlow(*s, 32, 18, 4, 1, 0.5);
+  const std::string asked = zenityLog();
+  EXPECT_NE(asked.find("Видео MP4"), std::string::npos) << asked;
+  const std::string film = (dir / "фильм.mp4").string();
+  EXPECT_EQ(s->toastText, "Видео сохранено: " + film);
+  EXPECT_GT(std::filesystem::file_size(film), 0u);
+
+  // No recording: the dive from the current view, in the window; the camera,
+  // modes, record and settings come back as they were.
+  s->recorder.path.frames.clear();
+  s->window = window;
+  const Camera camera = s->camera;
+  const AppSettings settings = s->settings;
+  const std::string record = presetText(s->params, 0);
+  const std::string dive = (dir / "погружение.mp4").string();
+  EXPECT_TRUE(filmTo(*s, dive, 32, 18, 4, 1, 0.5));
+  EXPECT_EQ(s->toastText, "Видео сохранено: " + dive);
+  EXPECT_GT(std::filesystem::file_size(dive), 0u);
+  EXPECT_FALSE(s->dive.on);
+  EXPECT_FALSE(s->live.on);
+  EXPECT_FALSE(s->photoRunning);
+  EXPECT_EQ(s->settings, settings);
+  EXPECT_EQ(presetText(s->params, 0), record);
+  EXPECT_EQ(s->camera.logDist, camera.logDist);
+  EXPECT_EQ(s->camera.goalLogDist, camera.goalLogDist);
+  EXPECT_EQ(s->camera.yaw, camera.yaw);
+  EXPECT_EQ(s->camera.pitch, camera.pitch);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(s->camera.target[i], camera.target[i]);
+
+  // Esc while it runs: cancelled, and neither the film nor a part of it stays.
+  key(platform::kKeyEscape);
+  const std::string cancelled = (dir / "отменённый.mp4").string();
+  EXPECT_FALSE(filmTo(*s, cancelled, 32, 18, 4, 1, 0.5));
+  EXPECT_EQ(s->toastText, kMsgPhotoCancelled);
+  for (const auto& e : std::filesystem::directory_iterator(dir))
+    EXPECT_EQ(e.path().filename().string().find("отменённый"), std::string::npos) << e.path();
+
+  // Not a video name: refused with the reason, nothing written.
+  EXPECT_FALSE(filmTo(*s, (dir / "a.json").string(), 32, 18, 4, 1, 0.5));
+  EXPECT_EQ(s->toastText.rfind("Ошибка: ", 0), 0u) << s->toastText;
+  EXPECT_FALSE(std::filesystem::exists(dir / "a.json"));
 }

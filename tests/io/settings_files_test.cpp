@@ -110,18 +110,21 @@ TEST_F(Settings, SaveLoadRoundTripIsAtomic) {
   std::string keys;
   for (const auto& m : root.members[1].second.members) keys += m.first + " ";
   EXPECT_EQ(keys, "resScale samples maxSteps precision deep diveSpeed mutation shadows ao adaptive "
-                  "autoIter prepass gi vsync photoSize photoSamples lastFolder ");
+                  "autoIter prepass gi vsync photoSize photoSamples filmSeconds filmFps filmSize filmSamples lastFolder ");
 
   // The remembered photo choices and folder travel too; out-of-range choices
   // from a hand-edited file are brought into the pills' range.
   settings.photoSize = 4, settings.photoSamples = 5, settings.lastFolder = "/tmp/снимки";
+  settings.filmSeconds = 42.5, settings.filmFps = 2, settings.filmSize = 1, settings.filmSamples = 3;
   ASSERT_TRUE(saveState(path, current, settings, history));
   ASSERT_TRUE(loadState(path, p, s, recent));
   EXPECT_EQ(s, settings);
-  ASSERT_TRUE(loadState(file("photo.json", R"({"quality": {"photoSize": 9, "photoSamples": -3, "lastFolder": 7}})"),
+  ASSERT_TRUE(loadState(file("photo.json", R"({"quality": {"photoSize": 9, "photoSamples": -3, "lastFolder": 7, "filmSeconds": 1e9, "filmFps": -1}})"),
                         p, s, recent));
   EXPECT_EQ(s.photoSize, 5);
   EXPECT_EQ(s.photoSamples, 0);
+  EXPECT_EQ(s.filmSeconds, 120);
+  EXPECT_EQ(s.filmFps, 0);
   EXPECT_EQ(s.lastFolder, "/tmp/снимки");
 }
 
