@@ -233,16 +233,11 @@ void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, Vec2 uvBi
   }
 }
 
-}  // namespace
-
-void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, RenderTarget& bloom0,
-              RenderTarget& bloom1, uint32_t dest, int destW, int destH) {
-  gl.BindVertexArray(r.vao);
-  gl.Disable(GL_SCISSOR_TEST);
-  gl.Disable(GL_BLEND);
-  const Vec2 uvScale{float(usedW) / accum.width, float(usedH) / accum.height};
-  const bool bloom = r.lighting.bloom > 0.001f;
-  if (bloom) bloomPasses(r, accum, uvScale, Vec2{0, 0}, bloom0, bloom1);
+// What the window's composite and a poster tile's share: the program, the
+// destination, the accumulation and bloom textures and the lighting. The
+// caller sets where the picture lies; the program is returned for that.
+uint32_t beginComposite(Renderer& r, const RenderTarget& accum, const RenderTarget& bloom0, uint32_t dest,
+                        int destW, int destH, bool bloom) {
   const uint32_t comp = r.composite.id;
   gl.UseProgram(comp);
   gl.BindFramebuffer(GL_FRAMEBUFFER, dest);
@@ -253,11 +248,25 @@ void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, Rend
   gl.BindTexture(GL_TEXTURE_2D, accum.tex.id);
   setUniform(r, comp, "uAccum", int32_t(0));
   setUniform(r, comp, "uBloomTex", int32_t(1));
-  setUniform(r, comp, "uUvScale", uvScale);
-  setUniform(r, comp, "uUvMax", Vec2{(usedW - 0.5f) / accum.width, (usedH - 0.5f) / accum.height});
   setUniform(r, comp, "uExposure", r.lighting.exposure);
   setUniform(r, comp, "uBloom", bloom ? r.lighting.bloom : 0.0f);
   setUniform(r, comp, "uVignette", r.lighting.vignette);
+  return comp;
+}
+
+}  // namespace
+
+void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, RenderTarget& bloom0,
+              RenderTarget& bloom1, uint32_t dest, int destW, int destH) {
+  gl.BindVertexArray(r.vao);
+  gl.Disable(GL_SCISSOR_TEST);
+  gl.Disable(GL_BLEND);
+  const Vec2 uvScale{float(usedW) / accum.width, float(usedH) / accum.height};
+  const bool bloom = r.lighting.bloom > 0.001f;
+  if (bloom) bloomPasses(r, accum, uvScale, Vec2{0, 0}, bloom0, bloom1);
+  const uint32_t comp = beginComposite(r, accum, bloom0, dest, destW, destH, bloom);
+  setUniform(r, comp, "uUvScale", uvScale);
+  setUniform(r, comp, "uUvMax", Vec2{(usedW - 0.5f) / accum.width, (usedH - 0.5f) / accum.height});
   setUniform(r, comp, "uAspect", float(destW) / float(destH));
   // A poster tile may have left its window on the shared program.
   setUniform(r, comp, "uUvBias", Vec2{0, 0});
@@ -284,22 +293,10 @@ void postPassWindow(Renderer& r, const RenderTarget& accum, RenderTarget& bloom0
     const Vec2 bias{float((win.bloomX * W / bw - win.accumX) / aw), float((win.bloomY * H / bh - win.accumY) / ah)};
     bloomPasses(r, accum, scale, bias, bloom0, bloom1);
   }
-  const uint32_t comp = r.composite.id;
-  gl.UseProgram(comp);
-  gl.BindFramebuffer(GL_FRAMEBUFFER, dest);
-  gl.Viewport(0, 0, destW, destH);
-  gl.ActiveTexture(GL_TEXTURE1);
-  gl.BindTexture(GL_TEXTURE_2D, bloom0.tex.id);
-  gl.ActiveTexture(GL_TEXTURE0);
-  gl.BindTexture(GL_TEXTURE_2D, accum.tex.id);
-  setUniform(r, comp, "uAccum", int32_t(0));
-  setUniform(r, comp, "uBloomTex", int32_t(1));
+  const uint32_t comp = beginComposite(r, accum, bloom0, dest, destW, destH, bloom);
   setUniform(r, comp, "uUvScale", Vec2{float(destW / aw), float(destH / ah)});
   setUniform(r, comp, "uUvBias", Vec2{float((win.destX - win.accumX) / aw), float((win.destY - win.accumY) / ah)});
   setUniform(r, comp, "uUvMax", Vec2{float((aw - 0.5) / aw), float((ah - 0.5) / ah)});
-  setUniform(r, comp, "uExposure", r.lighting.exposure);
-  setUniform(r, comp, "uBloom", bloom ? r.lighting.bloom : 0.0f);
-  setUniform(r, comp, "uVignette", r.lighting.vignette);
   setUniform(r, comp, "uAspect", float(W / H));
   setUniform(r, comp, "uTile", Vec4{float(win.destX), float(win.destY), float(W), float(H)});
   setUniform(r, comp, "uBloomMap", Vec4{float(bw / bloom0.width), float(bh / bloom0.height),
