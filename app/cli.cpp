@@ -64,11 +64,10 @@ std::string rangeText(const ValueRange& r) {
   return buf;
 }
 
-// A number option checked against its row of the range table.
-bool numberValue(ArgCursor& c, const std::string& option, const char* rangeKey, double& out) {
+// A number option checked against `range`.
+bool rangedValue(ArgCursor& c, const std::string& option, const ValueRange& range, double& out) {
   std::string text;
   if (!takeValue(c, option, text)) return false;
-  const ValueRange& range = *findRange(rangeKey);
   double v = 0;
   if (!parseNumber(text, v) || !inRange(v, range)) {
     problem(c, "неверное значение " + option + ": \"" + text + "\" (нужно " + rangeText(range) + ")");
@@ -76,6 +75,11 @@ bool numberValue(ArgCursor& c, const std::string& option, const char* rangeKey, 
   }
   out = v;
   return true;
+}
+
+// A number option checked against its row of the range table.
+bool numberValue(ArgCursor& c, const std::string& option, const char* rangeKey, double& out) {
+  return rangedValue(c, option, *findRange(rangeKey), out);
 }
 
 bool intValue(ArgCursor& c, const std::string& option, const char* rangeKey, int32_t& out) {
@@ -143,17 +147,6 @@ constexpr ValueRange kDurationRange{"duration", 0.01, 86400, false};
 constexpr ValueRange kShutterRange{"shutter", 0, 1, false};
 constexpr ValueRange kRandomSeedRange{"random-seed", 0, 4294967295.0, true};
 
-bool rangedValue(ArgCursor& c, const std::string& option, const ValueRange& range, double& out) {
-  std::string text;
-  if (!takeValue(c, option, text)) return false;
-  double v = 0;
-  if (!parseNumber(text, v) || !inRange(v, range)) {
-    problem(c, "неверное значение " + option + ": \"" + text + "\" (нужно " + rangeText(range) + ")");
-    return false;
-  }
-  out = v;
-  return true;
-}
 
 bool parseCount(const std::string& digits, int& out) {
   if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos)
