@@ -86,6 +86,22 @@ void countFrame(ModeStats& m, const Renderer& r, uint32_t sequenceBefore, int cu
 }
 
 // The application's frames in one of the modes; returns the process status.
+// The preset in `file` (when given) over `p`, and a headless window of
+// width×height; false after printing why not.
+bool openScene(const std::string& file, int width, int height, FractalParams& p, platform::Window*& window,
+               std::string& error) {
+  if (!file.empty() && !loadPresetFile(file, p, error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return false;
+  }
+  platform::WindowDesc desc;
+  desc.kind = platform::WindowKind::Headless;
+  desc.width = width;
+  desc.height = height;
+  window = platform::createWindow(desc, error);
+  return true;
+}
+
 int runMode(const std::string& mode, const std::string& type, int width, int height, int frames,
             const std::string& file) {
   static const char* const modes[] = {"still", "orbit", "dive", "live", "switch"};
@@ -96,15 +112,8 @@ int runMode(const std::string& mode, const std::string& type, int width, int hei
   }
   FractalParams p = generateFromSeed("classic", type.empty() ? "mandelbulb" : type, nullptr);
   std::string error;
-  if (!file.empty() && !loadPresetFile(file, p, error)) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return 1;
-  }
-  platform::WindowDesc desc;
-  desc.kind = platform::WindowKind::Headless;
-  desc.width = width;
-  desc.height = height;
-  platform::Window* window = platform::createWindow(desc, error);
+  platform::Window* window = nullptr;
+  if (!openScene(file, width, height, p, window, error)) return 1;
   auto s = std::make_unique<AppState>();
   s->window = window;
   s->uiHidden = true;
@@ -169,15 +178,8 @@ int main(int argc, char** argv) {
   if (!mode.empty()) return runMode(mode, type, width, height, frames, file);
   FractalParams p = worstRecord();
   std::string error;
-  if (!file.empty() && !loadPresetFile(file, p, error)) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return 1;
-  }
-  platform::WindowDesc desc;
-  desc.kind = platform::WindowKind::Headless;
-  desc.width = width;
-  desc.height = height;
-  platform::Window* window = platform::createWindow(desc, error);
+  platform::Window* window = nullptr;
+  if (!openScene(file, width, height, p, window, error)) return 1;
   Renderer r;
   if (!window || !initRenderer(r, platform::glProcAddress, error) || !setFractal(r, p, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
