@@ -1,3 +1,4 @@
+// The application record's state changes: making a record current, history snapshots and the command-line options.
 #include "app/app_state.h"
 
 #include "io/files.h"

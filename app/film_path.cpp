@@ -1,3 +1,4 @@
+// Camera paths for films: recording, the planned dive, and their JSON form.
 #include "app/film_path.h"
 
 #include "io/files.h"

@@ -1,3 +1,4 @@
+// One application frame apart from the interface: dive, camera, live morph, history, renderer frame, fit.
 #include "app/frame.h"
 
 #include "app/commands.h"

@@ -1,3 +1,4 @@
+// The command-line shot: read the picture back, write the PNG with its preset and the report beside it.
 #include "app/shot.h"
 
 #include "io/files.h"

@@ -1,3 +1,4 @@
+// Poster parts for a cluster: writing a strip with its part chunk, checking and assembling the parts.
 #include "io/poster_part.h"
 
 #include "io/png_chunk.h"

@@ -1,3 +1,4 @@
+// The camera's goal and shown values, their easing, automatic rotation and free flight.
 #include "nav/camera.h"
 
 #include <cmath>

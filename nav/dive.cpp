@@ -1,3 +1,4 @@
+// Dive mode: sinking, re-aiming at the deepest cavity, surfacing and starting again.
 #include "nav/dive.h"
 
 #include "model/names.h"

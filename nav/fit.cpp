@@ -1,3 +1,4 @@
+// Fit to frame: correcting the camera distance from the silhouette actually drawn.
 #include "nav/fit.h"
 
 #include "nav/gestures.h"

@@ -1,3 +1,4 @@
+// The mouse's orbit, pan and wheel as changes of the camera's goal values.
 #include "nav/gestures.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Live mode: the morphed copy of the current record, a sum of slow sines of a clock.
 #include "nav/live.h"
 
 #include "model/tables.h"

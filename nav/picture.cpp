@@ -1,3 +1,4 @@
+// The traced picture as navigation sees it: pixel rays and the depths read back.
 #include "nav/picture.h"
 
 #include <algorithm>

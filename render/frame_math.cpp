@@ -1,3 +1,4 @@
+// The frame driver's and the photo's arithmetic: sizes, tiles, bands, jitter, detail with depth, pacing.
 #include "render/frame_math.h"
 
 #include "model/tables.h"

@@ -1,3 +1,4 @@
+// Loading the GL entry-point table from the platform's loader callback.
 #include "render/gl.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Linked programs kept across runs as driver binaries in the cache folder.
 #include "render/program_cache.h"
 
 #include "io/files.h"

@@ -1,3 +1,4 @@
+// Building GL programs with their logs, uniform locations, and the fractal program cache.
 #include "render/programs.h"
 
 #include "render/gl.h"

@@ -1,3 +1,4 @@
+// Composing program texts from the embedded GLSL pieces, and the double-precision rule.
 #include "render/shader_text.h"
 
 #include "model/tables.h"

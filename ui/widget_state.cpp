@@ -1,3 +1,4 @@
+// Widget logic without drawing: rectangles, UTF-8 editing, slider mapping, number and colour checks.
 #include "ui/widget_state.h"
 
 #include "ui/ui_context.h"
