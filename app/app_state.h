@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <functional>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,7 @@ struct InputState {
   float panelScroll = 0;           // side-panel scroll offset in pixels
   bool screenMouseSeen = false;    // screen saver: the first move was seen
   bool shiftHeld = false;          // from the last event's modifiers
+  std::set<int32_t> heldFlightKeys;  // the keys behind camera.flightKeys
 };
 
 // Clears the per-frame fields; the loop calls it after each frame.

@@ -10,6 +10,7 @@
 
 #include "io/files.h"
 #include "io/preset.h"
+#include "model/assert.h"
 #include "model/mutate.h"
 #include "model/names.h"
 #include "model/seed.h"
@@ -74,6 +75,7 @@ void mutateCurrent(AppState& s) {
 
 void selectType(AppState& s, int row) {
   const auto& types = fractalTypes();
+  QTX_ASSERT(row >= 0 && row < int(types.size()), "pass a row of the type table");
   if (row < 0 || row >= int(types.size())) return;
   applyGenerated(s, s.params.seed, types[size_t(row)].key);
 }
@@ -117,6 +119,8 @@ void toggleLive(AppState& s) {
 
 void toggleFlight(AppState& s) {
   bool on = !s.camera.flying;
+  // Keys let go while flight was off were never seen: start from none held.
+  if (on) s.input.heldFlightKeys.clear();
   setFlight(s.camera, s.dive, on);
   if (on) showMessage(s, kMsgFlightHint);
   s.redraw = true;
@@ -142,15 +146,6 @@ void returnCamera(AppState& s) {
 void requestFit(AppState& s) {
   s.fitCountdown = kFitSteps;
   s.redraw = true;
-}
-
-void centreOnCentre(AppState& s) {
-  Pick p = pickAtCentre(pictureOf(s), depthReaderOf(s));
-  if (!p.hit) {
-    showMessage(s, kMsgCentreEmpty);
-    return;
-  }
-  centreOnSurface(s, p);
 }
 
 void centreOnSurface(AppState& s, const Pick& p) {

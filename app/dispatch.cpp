@@ -7,14 +7,16 @@
 //   [SECTION] Entry
 #include "app/dispatch.h"
 
+#include "app/command_table.h"
 #include "app/commands.h"
-#include "app/film.h"
 #include "nav/gestures.h"
 #include "ui/widget_state.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
+#include <set>
 
 namespace {
 
@@ -39,15 +41,34 @@ double panHeight(const AppState& s) {
   return s.renderer.accumA.height > 0 ? s.renderer.accumA.height : clientHeight(s);
 }
 
+// The flight's controls and the keys that hold them: a letter and its arrow
+// twin hold the same control, and it lets go only when both are up.
+struct FlightBinding {
+  int32_t key;
+  bool FlightKeys::*control;
+};
+constexpr FlightBinding kFlightBindings[] = {
+    {'w', &FlightKeys::forward}, {platform::kKeyUp, &FlightKeys::forward},
+    {'s', &FlightKeys::back},    {platform::kKeyDown, &FlightKeys::back},
+    {'a', &FlightKeys::left},    {platform::kKeyLeft, &FlightKeys::left},
+    {'d', &FlightKeys::right},   {platform::kKeyRight, &FlightKeys::right},
+    {'e', &FlightKeys::climb},   {'q', &FlightKeys::sink},
+    {platform::kKeyShift, &FlightKeys::fast},
+};
+
 bool isFlightKey(int32_t key) {
-  switch (key) {
-    case 'w': case 'a': case 's': case 'd': case 'q': case 'e':
-    case platform::kKeyShift: case platform::kKeyUp: case platform::kKeyDown:
-    case platform::kKeyLeft: case platform::kKeyRight:
-      return true;
-    default:
-      return false;
-  }
+  return std::any_of(std::begin(kFlightBindings), std::end(kFlightBindings),
+                     [key](const FlightBinding& b) { return b.key == key; });
+}
+
+void holdFlightKey(AppState& s, int32_t key, bool down) {
+  std::set<int32_t>& held = s.input.heldFlightKeys;
+  if (down) held.insert(key);
+  else held.erase(key);
+  FlightKeys& controls = s.camera.flightKeys;
+  controls = {};
+  for (const FlightBinding& b : kFlightBindings)
+    if (held.count(b.key)) controls.*b.control = true;
 }
 
 void stopDive(AppState& s) {
@@ -56,51 +77,12 @@ void stopDive(AppState& s) {
 
 // [SECTION] Keys
 
-// Ctrl combinations; anything else with Ctrl does nothing.
-void onCtrlKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
-  bool shift = (mods & platform::kModShift) != 0;
-  if (key == 'z' && shift) redo(s);
-  else if (key == 'z') undo(s);
-  else if (key == 'y') redo(s);
-  else if (repeat) return;  // a held key must not open a second dialog
-  else if (key == 's') savePresetFlow(s);
-  else if (key == 'o') openFileFlow(s);
-}
-
-// The plain keys. Toggles ignore the keyboard's auto-repeat, so holding a
-// key does not flicker a mode on and off; R and N repeat like typing.
-void onPlainKey(AppState& s, int32_t key, uint32_t mods, bool repeat) {
-  if (key == 'r') randomSeed(s, (mods & platform::kModShift) != 0);
-  else if (key == 'n') mutateCurrent(s);
-  if (repeat) return;
-  switch (key) {
-    case platform::kKeySpace: toggleRotation(s); break;
-    case 'c': returnCamera(s); break;
-    case 'f': toggleFlight(s); break;
-    case 'h': toggleInterface(s); break;
-    case 'l': toggleLive(s); break;
-    case 'v': toggleDive(s); break;
-    case 'k': toggleRecording(s); break;
-    case 'p': {
-      int w = 0, h = 0;
-      platform::drawableSize(s.window, w, h);
-      photoFlow(s, w, h, std::max(targetSampleCount(s), 64));
-      break;
-    }
-    case platform::kKeyF1:
-    case platform::kKeySlash: toggleHelp(s); break;
-    case platform::kKeyF11: toggleFullscreen(s); break;
-    default: break;
-  }
-}
-
 // Held flight keys, the per-frame key fields, paste, shortcuts.
 void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat) {
   s.input.shiftHeld = (mods & platform::kModShift) != 0;
   if (key == platform::kKeyUnknown) return;  // a key without a binding of any kind
   if (s.camera.flying && isFlightKey(key) && !textFieldFocused(s)) {
-    if (down) s.camera.heldKeys.insert(key);
-    else s.camera.heldKeys.erase(key);
+    holdFlightKey(s, key, down);
     s.redraw = true;
     return;
   }
@@ -123,15 +105,10 @@ void onKey(AppState& s, int32_t key, bool down, uint32_t mods, bool repeat) {
     in.pasteText = platform::clipboardText();
   }
   if (textFieldFocused(s)) return;
-  if (ctrl) {
-    onCtrlKey(s, key, mods, repeat);
-    return;
-  }
-  if (key >= '0' && key <= '9') {
-    if (!repeat) selectType(s, key == '0' ? 9 : key - '1');
-    return;
-  }
-  onPlainKey(s, key, mods, repeat);
+  // Toggles ignore the keyboard's auto-repeat, so holding a key does not
+  // flicker a mode on and off.
+  const Command* c = findCommand(key, mods);
+  if (c && (c->repeats || !repeat)) c->run(s, key);
 }
 
 // Malformed bytes (decoded as U+FFFD) are skipped.

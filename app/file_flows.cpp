@@ -188,17 +188,17 @@ bool photoProgress(AppState& s, double fraction, double secondsLeft, double& sho
 
 // A photo is a poster: rendered a tile at a time and streamed into the file,
 // so any size fits in memory.
-bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem) {
+bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& error) {
   s.photoRunning = true;
   showPhotoProgress(s, "Рендер 0% · Esc — отмена");
   double shownAt = platform::now();
   bool done = writePoster(s, path, w, h, samples, PosterPart{},
                           [&s, &shownAt](double f, double left) { return photoProgress(s, f, left, shownAt); },
-                          problem);
+                          error);
   s.photoRunning = false;
   platform::setTitle(s.window, kAppTitle);
   // A failure to write still counts as an end of the render: the caller shows the problem.
-  return done || !problem.empty();
+  return done || !error.empty();
 }
 
 void photoFlow(AppState& s, int w, int h, int samples) {

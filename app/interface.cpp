@@ -2,6 +2,7 @@
 // the application record into the plain records ui/ draws from.
 #include "app/interface.h"
 
+#include "app/command_table.h"
 #include "app/panel.h"
 #include "model/tables.h"
 #include "nav/camera.h"
@@ -63,7 +64,7 @@ void drawInterface(AppState& s, int width, int height, uint32_t fbo) {
   UiContext& ui = *g_ui;
   beginFrame(ui, width, height);
   drawPanel(s, ui, width, height);
-  if (s.helpShown) drawHelp(ui, width, height, panelLeftEdge(s, width));
+  if (s.helpShown) drawHelp(ui, helpLines(), width, height, panelLeftEdge(s, width));
   drawStatus(ui, statusInfo(s, width, height, platform::now()));
   flushUi(ui, width, height, fbo);
 }

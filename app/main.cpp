@@ -34,11 +34,6 @@
 #include <ctime>
 #include <memory>
 
-// The flight reads the platform's key codes without including the platform.
-static_assert(kFlyKeyUp == platform::kKeyUp && kFlyKeyDown == platform::kKeyDown &&
-              kFlyKeyLeft == platform::kKeyLeft && kFlyKeyRight == platform::kKeyRight &&
-              kFlyKeyShift == platform::kKeyShift);
-
 namespace {
 
 constexpr double kShotTimeLimit = 180.0;  // a scene that never converges still yields an image

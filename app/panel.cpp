@@ -13,6 +13,7 @@
 #include "app/panel.h"
 
 #include "app/app_state.h"
+#include "app/command_table.h"
 #include "app/commands.h"
 #include "app/film.h"
 #include "model/tables.h"
@@ -129,8 +130,8 @@ void recentSeeds(AppState& s, WidgetState& w) {
 void tabCreate(AppState& s, WidgetState& w) {
   std::string seed = s.params.seed;
   if (textField(w, "Сид", seed, "любой текст") == Edit::Finished) applySeed(s, seed);
-  if (button(w, "Случайный", "R; с Shift — и случайный тип")) randomSeed(s, w.in.shiftHeld);
-  if (button(w, "Мутант", "N")) mutateCurrent(s);
+  if (button(w, "Случайный", commandKeys(CommandId::RandomSeed) + "; с Shift — и случайный тип")) randomSeed(s, w.in.shiftHeld);
+  if (button(w, "Мутант", commandKeys(CommandId::Mutate))) mutateCurrent(s);
   double strength = s.settings.mutation;
   if (slider(w, "Сила мутаций", strength, {0, 1, 2, "", false, nullptr}) != Edit::None)
     s.settings.mutation = strength;
@@ -272,19 +273,19 @@ void tabMotion(AppState& s, WidgetState& w) {
   PanelState& ps = s.panel;
   label(w, "Полёт", true);
   double rot = s.camera.rotationSpeed;
-  if (slider(w, "Вращение °/с", rot, {-60, 60, 0, "", false, nullptr}, "Пробел") != Edit::None)
+  if (slider(w, "Вращение °/с", rot, {-60, 60, 0, "", false, nullptr}, commandKeys(CommandId::Rotation)) != Edit::None)
     s.camera.rotationSpeed = rot;
   bool flying = s.camera.flying;
-  if (toggle(w, "Свободный полёт (WASD)", flying, "F")) toggleFlight(s);
+  if (toggle(w, "Свободный полёт (WASD)", flying, commandKeys(CommandId::Flight))) toggleFlight(s);
   double speed = s.camera.flightSpeed;
   if (slider(w, "Скорость полёта", speed, {0.02, 20, 2, "×", true, nullptr}) != Edit::None)
     s.camera.flightSpeed = speed;
   if (button(w, "Вписать в кадр")) requestFit(s);
-  if (button(w, "Вернуть камеру", "C")) returnCamera(s);
+  if (button(w, "Вернуть камеру", commandKeys(CommandId::ReturnCamera))) returnCamera(s);
   gap(w, 4);
   label(w, "Погружение", true);
   bool diving = s.dive.on;
-  if (toggle(w, "Погружение", diving, "V")) toggleDive(s);
+  if (toggle(w, "Погружение", diving, commandKeys(CommandId::Dive))) toggleDive(s);
   double dive = s.settings.diveSpeed;
   if (slider(w, "Скорость", dive, {0.05, 2, 2, "", false, nullptr}) != Edit::None) s.settings.diveSpeed = dive;
   toggle(w, "Новый сид после всплытия", s.dive.newSeedAfterSurfacing);
@@ -292,14 +293,14 @@ void tabMotion(AppState& s, WidgetState& w) {
   gap(w, 4);
   label(w, "Живой режим", true);
   bool live = s.live.on;
-  if (toggle(w, "Живой режим", live, "L")) toggleLive(s);
+  if (toggle(w, "Живой режим", live, commandKeys(CommandId::Live))) toggleLive(s);
   label(w, "Форма, складки и цвет медленно перетекают. L.");
   slider(w, "Сила живого режима", s.live.amount, {0, 1.5, 2, "", false, nullptr});
   slider(w, "Темп живого режима", s.live.speed, {0.1, 4, 2, "×", false, nullptr});
   gap(w, 4);
   label(w, "Запись", true);
   bool recording = s.recorder.on;
-  if (toggle(w, "Записать путь", recording, "K")) toggleRecording(s);
+  if (toggle(w, "Записать путь", recording, commandKeys(CommandId::Record))) toggleRecording(s);
   gap(w, 4);
   if (!section(w, "Объектив", ps.lensOpen)) return;
   recordSlider(s, w, "Поле зрения", s.params.fov, {20, 120, 0, "°", false, nullptr});
@@ -410,7 +411,7 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
   int size = q.photoSize, count = q.photoSamples;
   if (pills(w, sizes, size, 2)) q.photoSize = size;
   if (pills(w, samples, count, 3)) q.photoSamples = count;
-  if (button(w, "Сделать снимок PNG", "P")) {
+  if (button(w, "Сделать снимок PNG", commandKeys(CommandId::Photo))) {
     PhotoChoice c = photoChoice(s.settings, width, height);
     s.afterFrame = [c](AppState& st) { photoFlow(st, c.w, c.h, c.samples); };
   }
@@ -422,10 +423,10 @@ void tabRender(AppState& s, WidgetState& w, int width, int height) {
 
 void tabArchive(AppState& s, WidgetState& w, int width, int height) {
   PanelState& ps = s.panel;
-  if (button(w, "Сохранить", "Ctrl+S")) savePresetFlow(s);
-  if (button(w, "Открыть", "Ctrl+O")) openFileFlow(s);
-  if (button(w, "Отменить", "Ctrl+Z")) undo(s);
-  if (button(w, "Повторить", "Ctrl+Y, Ctrl+Shift+Z")) redo(s);
+  if (button(w, "Сохранить", commandKeys(CommandId::SavePreset))) savePresetFlow(s);
+  if (button(w, "Открыть", commandKeys(CommandId::OpenFile))) openFileFlow(s);
+  if (button(w, "Отменить", commandKeys(CommandId::Undo))) undo(s);
+  if (button(w, "Повторить", commandKeys(CommandId::Redo))) redo(s);
   gap(w, 6);
   label(w, "Без окна выбора файла", true);
   // A press on one of the field's buttons ends its edit; the button acts on
@@ -470,8 +471,8 @@ WidgetInput widgetInput(const InputState& in) {
 }
 
 void drawBackground(UiContext& ui, float x0, float width) {
-  addRect(ui, x0, 0, width, 1e5f, (ui.theme[kColBackground] & 0x00ffffff) | 0xf0000000);
-  addRect(ui, x0, 0, std::max(1.0f, scaled(ui, 1)), 1e5f, ui.theme[kColBorder]);
+  addRect(ui, x0, 0, width, 1e5f, (ui.theme.background & 0x00ffffff) | 0xf0000000);
+  addRect(ui, x0, 0, std::max(1.0f, scaled(ui, 1)), 1e5f, ui.theme.border);
 }
 
 float headerHeight(const UiContext& ui, float pad) {
@@ -482,10 +483,10 @@ float headerHeight(const UiContext& ui, float pad) {
 // so that it names what a click of this frame just made current.
 void drawHeader(const AppState& s, UiContext& ui, float x0, float width, float pad) {
   float y = pad * 0.75f;
-  addText(ui, kFontHeading, x0 + pad, y, "Quorvan Telix 3D", ui.theme[kColAccent], width - 2 * pad);
+  addText(ui, kFontHeading, x0 + pad, y, "Quorvan Telix 3D", ui.theme.accent, width - 2 * pad);
   y += lineHeight(ui, kFontHeading) + scaled(ui, 2);
   const FractalType& t = fractalTypes()[typeIndex(s.params.type)];
-  addText(ui, kFontSmall, x0 + pad, y, s.params.seed + " · " + t.name, ui.theme[kColTextDim], width - 2 * pad);
+  addText(ui, kFontSmall, x0 + pad, y, s.params.seed + " · " + t.name, ui.theme.textDim, width - 2 * pad);
 }
 
 void drawTab(AppState& s, WidgetState& w, int width, int height) {
@@ -505,7 +506,7 @@ void drawScrollbar(UiContext& ui, float x1, float top, float viewH, float conten
   float w = scaled(ui, 3);
   float h = std::max(scaled(ui, 24), viewH * viewH / contentH);
   float y = top + (viewH - h) * scroll / (contentH - viewH);
-  addRoundRect(ui, x1 - w - scaled(ui, 4), y, w, h, w * 0.5f, ui.theme[kColMuted]);
+  addRoundRect(ui, x1 - w - scaled(ui, 4), y, w, h, w * 0.5f, ui.theme.muted);
 }
 
 }  // namespace

@@ -17,22 +17,18 @@ bool ease(double& shown, double goal, double threshold, double k) {
   return false;
 }
 
-bool held(const Camera& c, int32_t a, int32_t b = -1) {
-  return c.heldKeys.count(a) != 0 || (b >= 0 && c.heldKeys.count(b) != 0);
-}
-
 void flightStep(Camera& c, double dt) {
   double right[3], up[3], forward[3];
   cameraBasis(c.goalYaw, c.goalPitch, right, up, forward);
   double move[3] = {0, 0, 0};
-  // A letter and its arrow twin count once together.
-  double f = (held(c, 'w', kFlyKeyUp) ? 1 : 0) - (held(c, 's', kFlyKeyDown) ? 1 : 0);
-  double r = (held(c, 'd', kFlyKeyRight) ? 1 : 0) - (held(c, 'a', kFlyKeyLeft) ? 1 : 0);
+  const FlightKeys& k = c.flightKeys;
+  double f = (k.forward ? 1 : 0) - (k.back ? 1 : 0);
+  double r = (k.right ? 1 : 0) - (k.left ? 1 : 0);
   for (int i = 0; i < 3; ++i) move[i] = f * forward[i] + r * right[i];
   // Climbing is along the world's Y, whatever the view's tilt.
-  move[1] += (held(c, 'e') ? 1 : 0) - (held(c, 'q') ? 1 : 0);
+  move[1] += (k.climb ? 1 : 0) - (k.sink ? 1 : 0);
   // Not normalised: a diagonal is faster than one key, as it has always been.
-  double multiplier = held(c, kFlyKeyShift) ? 4 : 1;
+  double multiplier = k.fast ? 4 : 1;
   double step = std::exp(c.goalLogDist) * c.flightSpeed * multiplier * dt;
   for (int i = 0; i < 3; ++i) c.goalTarget[i] += step * move[i];
 }
@@ -66,7 +62,7 @@ void snapCamera(Camera& c) {
 
 void setFlying(Camera& c, bool on) {
   c.flying = on;
-  if (!on) c.heldKeys.clear();
+  if (!on) c.flightKeys = {};
 }
 
 void cameraBasis(double yawDeg, double pitchDeg, double right[3], double up[3], double forward[3]) {
@@ -105,7 +101,7 @@ double tanHalfFov(double fovDegrees) { return std::tan(fovDegrees * 3.1415926535
 
 bool cameraUpdate(Camera& c, double dt) {
   if (c.rotationSpeed != 0 && !c.flying) c.goalYaw += c.rotationSpeed * dt;
-  if (c.flying && !c.heldKeys.empty()) flightStep(c, dt);
+  if (c.flying && c.flightKeys.any()) flightStep(c, dt);
 
   double k = 1 - std::exp(-14 * dt);
   bool moved = false;

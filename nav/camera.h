@@ -6,14 +6,14 @@
 
 #include "model/params.h"
 
-#include <cstdint>
-#include <set>
-
-// Key codes the flight reads from the held set. They are the platform's
-// layout-independent codes (letters as lower-case ASCII); the shell checks
-// that the named ones agree.
-inline constexpr int32_t kFlyKeyUp = 264, kFlyKeyDown = 265, kFlyKeyLeft = 262, kFlyKeyRight = 263;
-inline constexpr int32_t kFlyKeyShift = 282;
+// The flight's controls as the user holds them; the shell decides which keys
+// hold which.
+struct FlightKeys {
+  bool forward = false, back = false, left = false, right = false;
+  bool climb = false, sink = false;  // along the world's Y
+  bool fast = false;                 // four times the step
+  bool any() const { return forward || back || left || right || climb || sink || fast; }
+};
 
 struct Camera {
   double goalTarget[3] = {0, 0, 0};
@@ -25,7 +25,7 @@ struct Camera {
   bool flying = false;
   double rotationSpeed = 0;  // degrees per second of automatic yaw; 0 = off
   double flightSpeed = 1;    // multiplier of the flight step, [0.02, 20]
-  std::set<int32_t> heldKeys;  // filled only while flying
+  FlightKeys flightKeys;      // held only while flying
 };
 
 // Eye position and the orthonormal basis the rays are built from.

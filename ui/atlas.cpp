@@ -1,5 +1,5 @@
 // atlas.cpp — the glyph set, row packing of the three fonts, the solid block,
-// and the disc and star rasterised by polygon coverage.
+// and the disc rasterised by polygon coverage.
 #include "ui/atlas.h"
 
 #include <algorithm>
@@ -91,30 +91,6 @@ int packFont(AtlasResult& out, UiFont& font, const RasterFont& rf, int y) {
 // [SECTION] Shapes
 
 using Poly = std::vector<std::array<float, 2>>;
-
-void addCubic(Poly& p, std::array<float, 2> a, std::array<float, 2> b, std::array<float, 2> c,
-              std::array<float, 2> d) {
-  constexpr int kSteps = 24;
-  for (int i = 1; i <= kSteps; ++i) {
-    const float t = float(i) / kSteps, s = 1 - t;
-    const float w0 = s * s * s, w1 = 3 * s * s * t, w2 = 3 * s * t * t, w3 = t * t * t;
-    p.push_back({w0 * a[0] + w1 * b[0] + w2 * c[0] + w3 * d[0], w0 * a[1] + w1 * b[1] + w2 * c[1] + w3 * d[1]});
-  }
-}
-
-// The four-pointed star of a 128-pixel box: four concave cubic arcs between
-// the tips, control points rounded to whole pixels as the path is drawn.
-Poly starPolygon(float ox, float oy) {
-  const float k[13][2] = {{64, 2.56f},      {67.84f, 38.4f}, {89.6f, 60.16f}, {125.44f, 64},
-                          {89.6f, 67.84f},  {67.84f, 89.6f}, {64, 125.44f},   {60.16f, 89.6f},
-                          {38.4f, 67.84f},  {2.56f, 64},     {38.4f, 60.16f}, {60.16f, 38.4f},
-                          {64, 2.56f}};
-  auto at = [&](int i) { return std::array<float, 2>{std::round(k[i][0]) + ox, std::round(k[i][1]) + oy}; };
-  Poly p{at(0)};
-  for (int seg = 0; seg < 4; ++seg) addCubic(p, at(seg * 3), at(seg * 3 + 1), at(seg * 3 + 2), at(seg * 3 + 3));
-  p.pop_back();  // the closing point repeats the start
-  return p;
-}
 
 Poly discPolygon(float cx, float cy, float r) {
   constexpr int kSides = 256;
@@ -223,10 +199,8 @@ void packAtlas(AtlasResult& out, const RasterFont (&fonts)[kFontCount]) {
   const int top = ensureRows(out, y + 130) ? y : out.height - 130;
   out.shapesTop = top;
   fillPolygon(out.pixels, kAtlasSize, out.height, discPolygon(72, float(top) + 64, 64));
-  fillPolygon(out.pixels, kAtlasSize, out.height, starPolygon(144, float(top)));
   const float h = float(out.height);
   out.discUv = {8.0f / kAtlasSize, float(top) / h, 136.0f / kAtlasSize, float(top + 128) / h};
-  out.starUv = {144.0f / kAtlasSize, float(top) / h, 272.0f / kAtlasSize, float(top + 128) / h};
   for (UiFont& font : out.fonts)
     for (Glyph& g : font.glyphs) g.v0 /= h, g.v1 /= h;
   for (int yy = 0; yy < 4; ++yy)

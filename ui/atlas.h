@@ -1,6 +1,6 @@
 // atlas.h — building the interface's 1024 × 1024 single-channel atlas: the
 // glyph set, the three fonts packed in rows, the solid block, and the disc
-// and four-pointed star rasterised here (portable, shared by every backend).
+// rasterised here (portable, shared by every backend).
 #pragma once
 
 #include "platform/platform.h"
@@ -29,15 +29,15 @@ struct AtlasResult {
   std::vector<uint8_t> pixels;       // kAtlasSize × height, rows top-down
   int height = kAtlasSize;
   UiFont fonts[kFontCount];
-  std::array<float, 4> discUv{}, starUv{};
-  int shapesTop = 0;                 // y of the disc and star row
+  std::array<float, 4> discUv{};
+  int shapesTop = 0;                 // y of the disc
 };
 
 // The fonts' requests at a DPI scale: families, weight and pixel height.
 platform::FontRequest fontRequest(UiFontId font, double scale);
 
 // Packs the fonts in order (rows from x = 8, cells of advance + 4, a row
-// wraps before reaching 1024), then the disc and the star below them, then
+// wraps before reaching 1024), then the disc below them, then
 // forces the 4 × 4 solid block at the top-left corner.
 void packAtlas(AtlasResult& out, const RasterFont (&fonts)[kFontCount]);
 

@@ -1,7 +1,9 @@
 // draw.cpp — the emitters: clip stack and commands, rectangles (plain,
-// rounded, bordered, gradient) built from the solid texel and quarter discs,
-// disc, star, and UTF-8 text runs.
+// rounded, bordered) built from the solid texel and quarter discs,
+// disc, and UTF-8 text runs.
 #include "ui/ui_context.h"
+
+#include "model/assert.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,59 +64,31 @@ void quad(DrawLayer& l, float x0, float y0, float x1, float y1, float u0, float 
   l.commands.back().vertexCount += 6;
 }
 
-uint32_t lerpColor(uint32_t a, uint32_t b, float t) {
-  uint32_t out = 0;
-  for (int shift = 0; shift < 32; shift += 8) {
-    const float ca = float((a >> shift) & 255), cb = float((b >> shift) & 255);
-    out |= uint32_t(std::lround(ca + (cb - ca) * t)) << shift;
-  }
-  return out;
-}
-
 // [SECTION] Rounded shapes
 
 // A rounded rectangle as nine patches: solid bands, and quarter discs of the
-// atlas at the corners, which keeps corners smooth at any radius. The fill
-// colour is linear in y, so each patch's edge colours carry it exactly.
-void roundShape(UiContext& ui, float x, float y, float w, float h, float r, uint32_t top, uint32_t bottom) {
+// atlas at the corners, which keeps corners smooth at any radius.
+void roundShape(UiContext& ui, float x, float y, float w, float h, float r, uint32_t fill) {
   if (w <= 0 || h <= 0) return;
   DrawLayer& l = currentLayer(ui);
-  auto colorAt = [&](float yy) { return top == bottom ? top : lerpColor(top, bottom, (yy - y) / h); };
   const float su = ui.solidU, sv = ui.solidV;
   r = std::clamp(r, 0.0f, std::min(w, h) * 0.5f);
   if (r < 0.5f) {
-    quad(l, x, y, x + w, y + h, su, sv, su, sv, top, bottom);
+    quad(l, x, y, x + w, y + h, su, sv, su, sv, fill, fill);
     return;
   }
   const float x1 = x + w, y1 = y + h, xi0 = x + r, xi1 = x1 - r, yi0 = y + r, yi1 = y1 - r;
   const auto& d = ui.discUv;
   const float um = (d[0] + d[2]) * 0.5f, vm = (d[1] + d[3]) * 0.5f;
-  const uint32_t cTop = top, cIn0 = colorAt(yi0), cIn1 = colorAt(yi1), cBot = bottom;
-  quad(l, x, y, xi0, yi0, d[0], d[1], um, vm, cTop, cIn0);
-  quad(l, xi1, y, x1, yi0, um, d[1], d[2], vm, cTop, cIn0);
-  quad(l, x, yi1, xi0, y1, d[0], vm, um, d[3], cIn1, cBot);
-  quad(l, xi1, yi1, x1, y1, um, vm, d[2], d[3], cIn1, cBot);
+  quad(l, x, y, xi0, yi0, d[0], d[1], um, vm, fill, fill);
+  quad(l, xi1, y, x1, yi0, um, d[1], d[2], vm, fill, fill);
+  quad(l, x, yi1, xi0, y1, d[0], vm, um, d[3], fill, fill);
+  quad(l, xi1, yi1, x1, y1, um, vm, d[2], d[3], fill, fill);
   if (xi1 > xi0) {
-    quad(l, xi0, y, xi1, yi0, su, sv, su, sv, cTop, cIn0);
-    quad(l, xi0, yi1, xi1, y1, su, sv, su, sv, cIn1, cBot);
+    quad(l, xi0, y, xi1, yi0, su, sv, su, sv, fill, fill);
+    quad(l, xi0, yi1, xi1, y1, su, sv, su, sv, fill, fill);
   }
-  if (yi1 > yi0) quad(l, x, yi0, x1, yi1, su, sv, su, sv, cIn0, cIn1);
-}
-
-void borderedShape(UiContext& ui, float x, float y, float w, float h, float r, uint32_t top, uint32_t bottom,
-                   uint32_t border, float bw) {
-  if (bw <= 0 || (border >> 24) == 0) {
-    roundShape(ui, x, y, w, h, r, top, bottom);
-    return;
-  }
-  // The border is the outer shape; the fill covers it but for a rim of bw.
-  roundShape(ui, x, y, w, h, r, border, border);
-  roundShape(ui, x + bw, y + bw, w - 2 * bw, h - 2 * bw, std::max(0.0f, r - bw), top, bottom);
-}
-
-void shapeQuad(UiContext& ui, float cx, float cy, float r, const std::array<float, 4>& uv, uint32_t color) {
-  if (r <= 0) return;
-  quad(currentLayer(ui), cx - r, cy - r, cx + r, cy + r, uv[0], uv[1], uv[2], uv[3], color, color);
+  if (yi1 > yi0) quad(l, x, yi0, x1, yi1, su, sv, su, sv, fill, fill);
 }
 
 }  // namespace
@@ -139,7 +113,10 @@ void beginFrame(UiContext& ui, int width, int height) {
   ui.current = 0;
 }
 
-void setLayer(UiContext& ui, int layer) { ui.current = std::clamp(layer, 0, 1); }
+void setLayer(UiContext& ui, int layer) {
+  QTX_ASSERT(layer == 0 || layer == 1, "draw on layer 0, or on layer 1 for pop-ups");
+  ui.current = std::clamp(layer, 0, 1);
+}
 
 void pushClip(UiContext& ui, float x, float y, float w, float h, bool intersect) {
   DrawLayer& l = currentLayer(ui);
@@ -154,33 +131,35 @@ void pushClip(UiContext& ui, float x, float y, float w, float h, bool intersect)
 
 void popClip(UiContext& ui) {
   DrawLayer& l = currentLayer(ui);
+  QTX_ASSERT(l.clipStack.size() > 1, "pair every popClip with a pushClip on the same layer");
   if (l.clipStack.size() > 1) l.clipStack.pop_back();
   applyClip(l);
 }
 
 // [SECTION] Public: shapes
 
-void addRect(UiContext& ui, float x, float y, float w, float h, uint32_t color) {
+void addRect(UiContext& ui, float x, float y, float w, float h, uint32_t colour) {
   if (w <= 0 || h <= 0) return;
-  quad(currentLayer(ui), x, y, x + w, y + h, ui.solidU, ui.solidV, ui.solidU, ui.solidV, color, color);
+  quad(currentLayer(ui), x, y, x + w, y + h, ui.solidU, ui.solidV, ui.solidU, ui.solidV, colour, colour);
 }
 
 void addRoundRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t fill, uint32_t border,
                   float borderWidth) {
-  borderedShape(ui, x, y, w, h, radius, fill, fill, border, borderWidth);
+  if (borderWidth <= 0 || (border >> 24) == 0) {
+    roundShape(ui, x, y, w, h, radius, fill);
+    return;
+  }
+  // The border is the outer shape; the fill covers it but for a rim of borderWidth.
+  roundShape(ui, x, y, w, h, radius, border);
+  const float bw = borderWidth;
+  roundShape(ui, x + bw, y + bw, w - 2 * bw, h - 2 * bw, std::max(0.0f, radius - bw), fill);
 }
 
-void addGradientRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t top,
-                     uint32_t bottom, uint32_t border, float borderWidth) {
-  borderedShape(ui, x, y, w, h, radius, top, bottom, border, borderWidth);
-}
-
-void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t color) {
-  shapeQuad(ui, cx, cy, radius, ui.discUv, color);
-}
-
-void addStar(UiContext& ui, float cx, float cy, float radius, uint32_t color) {
-  shapeQuad(ui, cx, cy, radius, ui.starUv, color);
+void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t colour) {
+  if (radius <= 0) return;
+  const auto& uv = ui.discUv;
+  quad(currentLayer(ui), cx - radius, cy - radius, cx + radius, cy + radius, uv[0], uv[1], uv[2], uv[3], colour,
+       colour);
 }
 
 // [SECTION] Public: text
@@ -229,7 +208,7 @@ float textWidth(const UiContext& ui, UiFontId font, std::string_view utf8) {
 
 float lineHeight(const UiContext& ui, UiFontId font) { return float(ui.fonts[font].height); }
 
-float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view utf8, uint32_t color,
+float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view utf8, uint32_t colour,
               float clipWidth) {
   DrawLayer& l = currentLayer(ui);
   const UiFont& f = ui.fonts[font];
@@ -248,7 +227,7 @@ float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view u
       eu = g->u0 + (g->u1 - g->u0) * (limit - gx0) / float(g->cellW);
       ex = limit;
     }
-    quad(l, gx0, top, ex, gy1, g->u0, g->v0, eu, g->v1, color, color);
+    quad(l, gx0, top, ex, gy1, g->u0, g->v0, eu, g->v1, colour, colour);
   }
   return float(pen);
 }

@@ -12,9 +12,6 @@ struct HelpLine {
   std::string text;  // what it does
 };
 
-// The bindings in the order they are listed.
-const std::vector<HelpLine>& helpLines();
-
-// Dims the whole client and draws the card centred in `areaWidth` (the client
-// width less the panel while it shows).
-void drawHelp(UiContext& ui, int clientWidth, int clientHeight, int areaWidth);
+// Dims the whole client and draws the card with `lines` in their order,
+// centred in `areaWidth` (the client width less the panel while it shows).
+void drawHelp(UiContext& ui, const std::vector<HelpLine>& lines, int clientWidth, int clientHeight, int areaWidth);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr uint32_t kTrackColor = 0xc81e5b62;  // translucent, so the fractal shows through
+constexpr uint32_t kTrackColour = 0xc81e5b62;  // translucent, so the fractal shows through
 constexpr uint32_t kLineBacking = 0xa0062e33;
 constexpr uint32_t kPillFill = 0xffd3e3e4;
 constexpr uint32_t kPillText = 0xff0b4248;
@@ -24,8 +24,8 @@ float freeWidth(const UiContext& ui, int clientWidth, bool shown) {
   return float(clientWidth) - (shown ? scaled(ui, ui.metrics.panelWidth) : 0.0f);
 }
 
-void drawRound(UiContext& ui, const RoundRect& r, uint32_t color) {
-  addRoundRect(ui, r.x, r.y, r.w, r.h, r.radius, color);
+void drawRound(UiContext& ui, const RoundRect& r, uint32_t colour) {
+  addRoundRect(ui, r.x, r.y, r.w, r.h, r.radius, colour);
 }
 
 std::string speedText(double fps) {
@@ -47,10 +47,10 @@ std::string precisionText(const StatusInfo& st) {
 }
 
 // The text, or its longest prefix of whole glyphs that fits, then "…".
-void drawCutText(UiContext& ui, UiFontId font, float x, float y, const std::string& text, uint32_t color,
+void drawCutText(UiContext& ui, UiFontId font, float x, float y, const std::string& text, uint32_t colour,
                  float width) {
   if (textWidth(ui, font, text) <= width) {
-    addText(ui, font, x, y, text, color);
+    addText(ui, font, x, y, text, colour);
     return;
   }
   const std::string_view all(text), dots = "…";
@@ -65,7 +65,7 @@ void drawCutText(UiContext& ui, UiFontId font, float x, float y, const std::stri
     pen += w;
     end = i;
   }
-  addText(ui, font, x, y, std::string(all.substr(0, end)) + std::string(dots), color);
+  addText(ui, font, x, y, std::string(all.substr(0, end)) + std::string(dots), colour);
 }
 
 }  // namespace
@@ -141,8 +141,6 @@ std::string joined(const std::vector<Fragment>& f, int droppedBelow) {
 
 }  // namespace
 
-std::string statusLine(const StatusInfo& st) { return joined(fragments(st), 0); }
-
 std::string statusLineWithin(const StatusInfo& st, float room,
                              const std::function<float(const std::string&)>& width) {
   const std::vector<Fragment> f = fragments(st);
@@ -160,8 +158,8 @@ void drawStatus(UiContext& ui, const StatusInfo& st) {
   const double ratio = st.targetSamples > 0 ? double(st.samples) / st.targetSamples : 1.0;
   if (ratio < 1) {
     const ProgressGeometry g = progressBar(ui, ratio, st.clientWidth, st.interfaceShown);
-    drawRound(ui, g.track, kTrackColor);
-    drawRound(ui, g.fill, ui.theme[kColAccent]);
+    drawRound(ui, g.track, kTrackColour);
+    drawRound(ui, g.fill, ui.theme.accent);
   }
   if (st.interfaceShown) {
     // Bottom left, on a translucent backing so it reads over any fractal.
@@ -172,7 +170,7 @@ void drawStatus(UiContext& ui, const StatusInfo& st) {
     const float w = std::min(textWidth(ui, kFontSmall, line), std::max(0.0f, room));
     const float x = scaled(ui, 16), y = float(st.clientHeight) - scaled(ui, 12) - (lh + pad);
     addRoundRect(ui, x, y, w + 2 * pad, lh + pad, scaled(ui, 8), kLineBacking);
-    drawCutText(ui, kFontSmall, x + pad, y + pad / 2, line, ui.theme[kColTextDim], w);
+    drawCutText(ui, kFontSmall, x + pad, y + pad / 2, line, ui.theme.textDim, w);
   }
   if (st.messageShown && !st.message.empty()) {
     const PillGeometry g = messagePill(ui, textWidth(ui, kFontBody, st.message), st.clientWidth,

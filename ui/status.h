@@ -46,9 +46,8 @@ ProgressGeometry progressBar(const UiContext& ui, double ratio, int clientWidth,
 
 // "зум ×…" with the precision the size of the number deserves.
 std::string zoomText(double zoom);
-// The fragments in their order on the line, joined by " · ".
-std::string statusLine(const StatusInfo& st);
-// The line for `room` pixels as `width` measures text: whole fragments are
+// The fragments in their order on the line, joined by " · ", for `room`
+// pixels as `width` measures text: whole fragments are
 // left out, least used first (render size, speed, samples, zoom), until it
 // fits; the iterations and the precision note stay longest.
 std::string statusLineWithin(const StatusInfo& st, float room,

@@ -75,12 +75,6 @@ void drawLayer(const DrawLayer& l, int height) {
 
 // [SECTION] Public
 
-std::array<uint32_t, kThemeSize> defaultTheme() {
-  return {0xff062e33, 0xff0b4248, 0xff1a646c, 0xff155a62, 0xff1e5b62, 0xff2a6168, 0xff6f9497,
-          0xffd3e3e4, 0xffd3e3e4, 0xffa9c4c6, 0xfff2a5c3, 0xfff6bbd2, 0xff3b0d26, 0xffffb4ab,
-          0xff1e5b62, 0xff0e4a50, 0xffd3e3e4, 0xfff2a5c3, 0xff5a4fc8, 0xfff2a5c3, 0xfff2a5c3};
-}
-
 float scaled(const UiContext& ui, float logical) { return float(std::lround(logical * ui.scale)); }
 
 bool buildUiCpu(UiContext& ui, double scale, std::vector<uint8_t>& atlasPixels, std::string& error) {
@@ -89,7 +83,6 @@ bool buildUiCpu(UiContext& ui, double scale, std::vector<uint8_t>& atlasPixels, 
   if (!buildAtlas(atlas, ui.scale, error)) return false;
   for (int f = 0; f < kFontCount; ++f) ui.fonts[f] = std::move(atlas.fonts[f]);
   ui.discUv = atlas.discUv;
-  ui.starUv = atlas.starUv;
   ui.solidU = 2.0f / kAtlasSize;
   ui.solidV = 2.0f / float(atlas.height);
   ui.atlasHeight = atlas.height;

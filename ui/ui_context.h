@@ -20,16 +20,24 @@
 
 // [SECTION] Theme, fonts, metrics
 
-// Theme entries in their fixed order; the widgets assign them to their parts.
-enum ThemeColor : int {
-  kColBackground, kColSurface, kColSurfaceHigh, kColSurfaceHover, kColControl,
-  kColBorder, kColMuted, kColText, kColTextStrong, kColTextDim,
-  kColAccent, kColAccentHover, kColOnAccent, kColError, kColTrack,
-  kColPanel, kColTextOnPanel, kColAccentAlt, kColViolet,
-  kColAccent2, kColAccent3,
-  kThemeSize
+// The interface's colours by the part they paint (0xAARRGGBB).
+struct Theme {
+  uint32_t background = 0xff062e33;    // tooltips, field boxes, the panel (see-through)
+  uint32_t surface = 0xff0b4248;       // buttons, pills and switches at rest, the help card
+  uint32_t surfaceHigh = 0xff1a646c;   // a button held down
+  uint32_t surfaceHover = 0xff155a62;  // a button or pill under the cursor
+  uint32_t border = 0xff2a6168;
+  uint32_t muted = 0xff6f9497;         // placeholders, switch knobs at rest, swatch frames
+  uint32_t text = 0xffd3e3e4;
+  uint32_t textStrong = 0xffd3e3e4;    // headings, values, hovered labels
+  uint32_t textDim = 0xffa9c4c6;       // captions and the status line
+  uint32_t accent = 0xfff2a5c3;
+  uint32_t accentHover = 0xfff6bbd2;
+  uint32_t onAccent = 0xff3b0d26;      // text and knobs on the accent
+  uint32_t error = 0xffffb4ab;         // a field with text it refuses
+  uint32_t track = 0xff1e5b62;         // a slider's empty track
+  uint32_t selection = 0xff5a4fc8;     // selected text in a field
 };
-std::array<uint32_t, kThemeSize> defaultTheme();
 
 enum UiFontId : int { kFontBody, kFontHeading, kFontSmall, kFontCount };
 
@@ -93,15 +101,15 @@ ScissorBox scissorFor(const DrawCommand& c, int height);
 // [SECTION] Context
 
 struct UiContext {
-  std::array<uint32_t, kThemeSize> theme = defaultTheme();
+  Theme theme;
   UiFont fonts[kFontCount];
   UiMetrics metrics;
   double scale = 1.0;  // DPI / 96
 
-  // Atlas regions: the solid texel, the disc and the star (u0, v0, u1, v1).
+  // Atlas regions: the solid texel and the disc (u0, v0, u1, v1).
   int atlasHeight = 1024;  // 1024 wide; taller only at scales of about 300 % and up
   float solidU = 2.0f / 1024, solidV = 2.0f / 1024;
-  std::array<float, 4> discUv{}, starUv{};
+  std::array<float, 4> discUv{};
 
   // GL objects (0 until initUi).
   uint32_t texture = 0, program = 0, vertexArray = 0, vertexBuffer = 0;
@@ -139,19 +147,15 @@ void setLayer(UiContext& ui, int layer);
 void pushClip(UiContext& ui, float x, float y, float w, float h, bool intersect = true);
 void popClip(UiContext& ui);
 
-void addRect(UiContext& ui, float x, float y, float w, float h, uint32_t color);
+void addRect(UiContext& ui, float x, float y, float w, float h, uint32_t colour);
 // Rounded rectangle; a border of `borderWidth` pixels in `border` when > 0.
 void addRoundRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t fill,
                   uint32_t border = 0, float borderWidth = 0);
-// Rounded rectangle whose fill runs from `top` to `bottom` colour.
-void addGradientRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t top,
-                     uint32_t bottom, uint32_t border = 0, float borderWidth = 0);
-void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t color);
-void addStar(UiContext& ui, float cx, float cy, float radius, uint32_t color);
+void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t colour);
 // A UTF-8 run whose line top is at y; glyphs past x + clipWidth are cut.
 // Returns the pen advance (full, unclipped width). Code points outside the
 // set (and malformed bytes) draw and advance nothing.
-float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view utf8, uint32_t color,
+float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view utf8, uint32_t colour,
               float clipWidth = 1e9f);
 float textWidth(const UiContext& ui, UiFontId font, std::string_view utf8);
 // The font's line height in pixels.

@@ -71,9 +71,9 @@ void endWidgets(WidgetState& w) {
     x = w.in.mouseX + sc(w, 14), y = w.in.mouseY + sc(w, 18);
     if (x + tw + 2 * pad > w.lay.x1 + sc(w, 18)) x = w.in.mouseX - tw - 2 * pad - sc(w, 6);
   }
-  addRoundRect(ui, x, y, tw + 2 * pad, th + 2 * pad, sc(w, 6), ui.theme[kColBackground],
-               ui.theme[kColMuted], std::max(1.0f, sc(w, 1)));
-  addText(ui, kFontSmall, x + pad, y + pad, w.tooltip, ui.theme[kColText]);
+  addRoundRect(ui, x, y, tw + 2 * pad, th + 2 * pad, sc(w, 6), ui.theme.background,
+               ui.theme.muted, std::max(1.0f, sc(w, 1)));
+  addText(ui, kFontSmall, x + pad, y + pad, w.tooltip, ui.theme.text);
   setLayer(ui, 0);
 }
 
@@ -106,7 +106,7 @@ bool place(WidgetState& w, const std::string& id, const WidgetRect& r, const std
   return hot;
 }
 
-uint32_t col(const WidgetState& w, ThemeColor c) { return w.ui->theme[c]; }
+const Theme& theme(const WidgetState& w) { return w.ui->theme; }
 
 float textY(const WidgetState& w, const WidgetRect& r, UiFontId font) {
   return std::round(r.y0 + (r.height() - lineHeight(*w.ui, font)) * 0.5f);
@@ -142,7 +142,7 @@ void label(WidgetState& w, const std::string& text, bool heading) {
   float h = lineHeight(*w.ui, font) + sc(w, heading ? 6 : 2);
   WidgetRect r = nextRow(w, h);
   if (!visible(w, r)) return;
-  uint32_t c = heading ? col(w, kColTextStrong) : col(w, kColTextDim);
+  uint32_t c = heading ? theme(w).textStrong : theme(w).textDim;
   addText(*w.ui, font, r.x0, r.y0 + sc(w, heading ? 4 : 0), text, c, r.width());
 }
 
@@ -152,10 +152,10 @@ bool button(WidgetState& w, const std::string& text, const std::string& tip) {
   WidgetRect r = nextRow(w, rowHeight(w));
   bool hot = place(w, "bt:" + text, r, tip);
   if (visible(w, r)) {
-    uint32_t fill = hot && w.in.mouseDown ? col(w, kColSurfaceHigh) : hot ? col(w, kColSurfaceHover) : col(w, kColSurface);
-    addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), sc(w, 8), fill, col(w, kColBorder),
+    uint32_t fill = hot && w.in.mouseDown ? theme(w).surfaceHigh : hot ? theme(w).surfaceHover : theme(w).surface;
+    addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), sc(w, 8), fill, theme(w).border,
                  std::max(1.0f, sc(w, 1)));
-    centredText(w, r, text, col(w, kColText));
+    centredText(w, r, text, theme(w).text);
   }
   return hot && w.in.mousePressed;
 }
@@ -166,11 +166,11 @@ namespace {
 bool pill(WidgetState& w, const WidgetRect& r, const std::string& id, const std::string& text, bool on) {
   bool hot = place(w, id, r, "");
   if (visible(w, r)) {
-    uint32_t fill = on ? (hot ? col(w, kColAccentHover) : col(w, kColAccent))
-                       : (hot ? col(w, kColSurfaceHover) : col(w, kColSurface));
-    addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), r.height() * 0.5f, fill, on ? 0 : col(w, kColBorder),
+    uint32_t fill = on ? (hot ? theme(w).accentHover : theme(w).accent)
+                       : (hot ? theme(w).surfaceHover : theme(w).surface);
+    addRoundRect(*w.ui, r.x0, r.y0, r.width(), r.height(), r.height() * 0.5f, fill, on ? 0 : theme(w).border,
                  on ? 0 : std::max(1.0f, sc(w, 1)));
-    centredText(w, r, text, on ? col(w, kColOnAccent) : col(w, kColText), kFontSmall);
+    centredText(w, r, text, on ? theme(w).onAccent : theme(w).text, kFontSmall);
   }
   return hot && w.in.mousePressed;
 }
@@ -246,23 +246,23 @@ void drawSlider(WidgetState& w, const SliderGeometry& g, const std::string& text
   UiContext& ui = *w.ui;
   float lh = lineHeight(ui, kFontSmall);
   float valueW = textWidth(ui, kFontSmall, shown);
-  addText(ui, kFontSmall, g.row.x0, g.row.y0, text, col(w, kColTextDim),
+  addText(ui, kFontSmall, g.row.x0, g.row.y0, text, theme(w).textDim,
           g.row.width() - valueW - sc(w, 10));
   if (typing) {
     float bw = std::max(valueW + sc(w, 14), sc(w, 80));
-    addRoundRect(ui, g.row.x1 - bw, g.row.y0 - sc(w, 2), bw, lh + sc(w, 4), sc(w, 4), col(w, kColBackground),
-                 col(w, kColAccent), std::max(1.0f, sc(w, 1)));
+    addRoundRect(ui, g.row.x1 - bw, g.row.y0 - sc(w, 2), bw, lh + sc(w, 4), sc(w, 4), theme(w).background,
+                 theme(w).accent, std::max(1.0f, sc(w, 1)));
     float x = g.row.x1 - bw + sc(w, 6);
-    float end = addText(ui, kFontSmall, x, g.row.y0, shown, col(w, kColTextStrong));
-    addRect(ui, x + end + 1, g.row.y0, std::max(1.0f, sc(w, 1.5f)), lh, col(w, kColAccent));
+    float end = addText(ui, kFontSmall, x, g.row.y0, shown, theme(w).textStrong);
+    addRect(ui, x + end + 1, g.row.y0, std::max(1.0f, sc(w, 1.5f)), lh, theme(w).accent);
   } else {
-    addText(ui, kFontSmall, g.row.x1 - valueW, g.row.y0, shown, col(w, kColText));
+    addText(ui, kFontSmall, g.row.x1 - valueW, g.row.y0, shown, theme(w).text);
   }
   const WidgetRect& t = g.track;
-  addRoundRect(ui, t.x0, t.y0, t.width(), t.height(), t.height() * 0.5f, col(w, kColTrack));
-  addRoundRect(ui, t.x0, t.y0, g.knobX - t.x0, t.height(), t.height() * 0.5f, col(w, kColAccent));
+  addRoundRect(ui, t.x0, t.y0, t.width(), t.height(), t.height() * 0.5f, theme(w).track);
+  addRoundRect(ui, t.x0, t.y0, g.knobX - t.x0, t.height(), t.height() * 0.5f, theme(w).accent);
   float knob = sc(w, hot ? 8 : 7);
-  addDisc(ui, g.knobX, t.centreY(), knob, hot ? col(w, kColAccentHover) : col(w, kColAccent));
+  addDisc(ui, g.knobX, t.centreY(), knob, hot ? theme(w).accentHover : theme(w).accent);
 }
 
 // Double click: the value is typed. Enter applies it within the range.
@@ -341,13 +341,13 @@ bool toggle(WidgetState& w, const std::string& text, bool& value, const std::str
   UiContext& ui = *w.ui;
   float sw = sc(w, 38), sh = sc(w, 22);
   float sx = r.x1 - sw, sy = std::round(r.centreY() - sh * 0.5f);
-  addText(ui, kFontSmall, r.x0, textY(w, r, kFontSmall), text, hot ? col(w, kColTextStrong) : col(w, kColText),
+  addText(ui, kFontSmall, r.x0, textY(w, r, kFontSmall), text, hot ? theme(w).textStrong : theme(w).text,
           sx - r.x0 - sc(w, 8));
-  addRoundRect(ui, sx, sy, sw, sh, sh * 0.5f, value ? col(w, kColAccent) : col(w, kColSurface),
-               value ? 0 : col(w, kColBorder), value ? 0 : std::max(1.0f, sc(w, 1)));
+  addRoundRect(ui, sx, sy, sw, sh, sh * 0.5f, value ? theme(w).accent : theme(w).surface,
+               value ? 0 : theme(w).border, value ? 0 : std::max(1.0f, sc(w, 1)));
   float knobR = sh * 0.5f - sc(w, 3);
   float kx = value ? sx + sw - sh * 0.5f : sx + sh * 0.5f;
-  addDisc(ui, kx, sy + sh * 0.5f, knobR, value ? col(w, kColOnAccent) : col(w, kColMuted));
+  addDisc(ui, kx, sy + sh * 0.5f, knobR, value ? theme(w).onAccent : theme(w).muted);
   return changed;
 }
 
@@ -357,13 +357,13 @@ bool section(WidgetState& w, const std::string& title, bool& open) {
   if (hot && w.in.mousePressed) open = !open;
   if (visible(w, r)) {
     UiContext& ui = *w.ui;
-    addRect(ui, r.x0, r.y1 - std::max(1.0f, sc(w, 1)), r.width(), std::max(1.0f, sc(w, 1)), col(w, kColBorder));
+    addRect(ui, r.x0, r.y1 - std::max(1.0f, sc(w, 1)), r.width(), std::max(1.0f, sc(w, 1)), theme(w).border);
     // ▾ open, → closed: both are in the atlas's glyph set.
     const char* mark = open ? "\u25BE" : "\u2192";
     float y = textY(w, r, kFontHeading);
-    addText(ui, kFontHeading, r.x0, y, mark, col(w, kColAccent));
+    addText(ui, kFontHeading, r.x0, y, mark, theme(w).accent);
     addText(ui, kFontHeading, r.x0 + sc(w, 20), y, title,
-            hot ? col(w, kColAccentHover) : col(w, kColTextStrong), r.width() - sc(w, 20));
+            hot ? theme(w).accentHover : theme(w).textStrong, r.width() - sc(w, 20));
   }
   return open;
 }
@@ -401,8 +401,8 @@ EditOutcome fieldInput(WidgetState& w, const std::string& id, const std::string&
 void drawFieldBox(WidgetState& w, const WidgetRect& box, const std::string& shown, bool focused, bool hot,
                   bool bad, bool placeholder, float textX0) {
   UiContext& ui = *w.ui;
-  uint32_t border = bad ? col(w, kColError) : focused ? col(w, kColAccent) : hot ? col(w, kColMuted) : col(w, kColBorder);
-  addRoundRect(ui, box.x0, box.y0, box.width(), box.height(), sc(w, 6), col(w, kColBackground), border,
+  uint32_t border = bad ? theme(w).error : focused ? theme(w).accent : hot ? theme(w).muted : theme(w).border;
+  addRoundRect(ui, box.x0, box.y0, box.width(), box.height(), sc(w, 6), theme(w).background, border,
                std::max(1.0f, sc(w, focused ? 2.0f : 1.0f)));
   float pad = sc(w, 10);
   float x = textX0 > 0 ? textX0 : box.x0 + pad;
@@ -412,15 +412,15 @@ void drawFieldBox(WidgetState& w, const WidgetRect& box, const std::string& show
   // A long text scrolls left so that the caret (at its end) stays in view.
   float tw = textWidth(ui, kFontBody, shown);
   float shift = focused && tw > room - 2 ? tw - (room - 2) : 0;
-  uint32_t c = placeholder ? col(w, kColMuted) : bad ? col(w, kColError) : col(w, kColTextStrong);
+  uint32_t c = placeholder ? theme(w).muted : bad ? theme(w).error : theme(w).textStrong;
   // The selection a click makes: the next key replaces all of it.
   if (focused && w.edit.allSelected)
-    addRect(ui, x - shift, y, tw, lineHeight(ui, kFontBody), (col(w, kColViolet) & 0x00ffffff) | 0xc0000000);
+    addRect(ui, x - shift, y, tw, lineHeight(ui, kFontBody), (theme(w).selection & 0x00ffffff) | 0xc0000000);
   addText(ui, kFontBody, x - shift, y, shown, c);
   if (focused) {
     std::string before = encodeUtf8({w.edit.text.begin(), w.edit.text.begin() + long(w.edit.caret)});
     float cx = x - shift + textWidth(ui, kFontBody, before);
-    addRect(ui, cx, y, std::max(1.0f, sc(w, 1.5f)), lineHeight(ui, kFontBody), col(w, kColAccent));
+    addRect(ui, cx, y, std::max(1.0f, sc(w, 1.5f)), lineHeight(ui, kFontBody), theme(w).accent);
   }
   popClip(ui);
 }
@@ -475,7 +475,7 @@ Edit colourField(WidgetState& w, const std::string& text, std::string& value) {
   }
   if (!visible(w, row)) return result;
   UiContext& ui = *w.ui;
-  addText(ui, kFontSmall, row.x0, textY(w, row, kFontSmall), text, col(w, kColTextDim),
+  addText(ui, kFontSmall, row.x0, textY(w, row, kFontSmall), text, theme(w).textDim,
           box.x0 - row.x0 - sc(w, 8));
   bool focused = w.focus == id;
   float sw = sc(w, 18);
@@ -487,6 +487,6 @@ Edit colourField(WidgetState& w, const std::string& text, std::string& value) {
     swatch = 0xff000000 | std::stoul(swatchText.substr(1), nullptr, 16);
   }
   float sy = std::round(box.centreY() - sw * 0.5f);
-  addRoundRect(ui, box.x0 + sc(w, 8), sy, sw, sw, sc(w, 4), swatch, col(w, kColMuted), std::max(1.0f, sc(w, 1)));
+  addRoundRect(ui, box.x0 + sc(w, 8), sy, sw, sw, sc(w, 4), swatch, theme(w).muted, std::max(1.0f, sc(w, 1)));
   return result;
 }

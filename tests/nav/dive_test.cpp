@@ -53,11 +53,11 @@ TEST(Dive, SwitchingOnAndTheExclusionWithFlight) {
   FractalParams p = generateFromSeed("amber_fox_07", "menger");
   p.dist = 0.01;  // zoomed in since: the surface is still the seed's own framing
   setFlying(c, true);
-  c.heldKeys = {'w'};
+  c.flightKeys.forward = true;
   setDive(d, c, p, true);
   EXPECT_TRUE(d.on && d.descending);
   EXPECT_FALSE(c.flying);
-  EXPECT_TRUE(c.heldKeys.empty());
+  EXPECT_FALSE(c.flightKeys.any());
   EXPECT_EQ(d.surfaceLogDist, std::log(generateFromSeed("amber_fox_07", "menger").dist));
   setFlight(c, d, true);
   EXPECT_FALSE(d.on);

@@ -11,6 +11,11 @@
 
 namespace {
 
+// The line with room for every fragment.
+std::string wholeLine(const StatusInfo& st) {
+  return statusLineWithin(st, 1e9f, [](const std::string&) { return 0.0f; });
+}
+
 // Every code point of the set present with `advance`, one pixel of coverage
 // 200 at (left 1, top 3), except `missing`.
 RasterFont fakeFont(int height, int advance, uint32_t missing = 0) {
@@ -47,7 +52,6 @@ UiContext fakeContext(double scale = 1) {
   ui.scale = scale;
   for (int f = 0; f < kFontCount; ++f) ui.fonts[f] = a.fonts[f];
   ui.discUv = a.discUv;
-  ui.starUv = a.starUv;
   return ui;
 }
 
@@ -102,16 +106,15 @@ TEST(Atlas, GlyphsTooLargeForOnePageDoubleTheHeightAndLoseNothing) {
   EXPECT_EQ(pixelAt(a, a.discUv[0], a.discUv[1], 64, 64), 255);
 }
 
-TEST(Atlas, SolidBlockDiscAndStar) {
+TEST(Atlas, SolidBlockAndDisc) {
   const RasterFont fonts[kFontCount] = {fakeFont(20, 10), fakeFont(20, 10), fakeFont(18, 9)};
   AtlasResult a;
   packAtlas(a, fonts);
   for (int y = 0; y < 4; ++y)
     for (int x = 0; x < 4; ++x) EXPECT_EQ(a.pixels[size_t(y) * kAtlasSize + x], 255);
   EXPECT_EQ(a.pixels[4], 0);
-  // Both shapes sit in 128-pixel boxes below the last font row.
+  // The disc sits in a 128-pixel box below the last font row.
   EXPECT_FLOAT_EQ((a.discUv[2] - a.discUv[0]) * kAtlasSize, 128);
-  EXPECT_FLOAT_EQ((a.starUv[3] - a.starUv[1]) * kAtlasSize, 128);
   EXPECT_GT(a.discUv[1], findGlyph(a.fonts[kFontSmall], 8734)->v1);
   const int top = a.shapesTop;
   double discArea = 0;
@@ -119,10 +122,6 @@ TEST(Atlas, SolidBlockDiscAndStar) {
     for (int x = 8; x < 136; ++x) discArea += a.pixels[size_t(y) * kAtlasSize + x] / 255.0;
   EXPECT_NEAR(discArea, 3.14159265 * 64 * 64, 40);  // coverage, not a jagged count
   EXPECT_EQ(pixelAt(a, a.discUv[0], a.discUv[1]), 0);  // box corner
-  EXPECT_EQ(pixelAt(a, a.starUv[0], a.starUv[1], 64, 64), 255);
-  EXPECT_EQ(pixelAt(a, a.starUv[0], a.starUv[1], 20, 20), 0);     // between the points
-  EXPECT_GT(pixelAt(a, a.starUv[0], a.starUv[1], 64, 8), 128);    // near the top tip
-  EXPECT_GT(pixelAt(a, a.starUv[0], a.starUv[1], 120, 64), 128);  // near the right tip
 }
 
 TEST(Atlas, SystemFontsGiveEveryCyrillicLetterAtBothScales) {
@@ -205,10 +204,10 @@ TEST(Layers, ClipChangesStartCommandsOnlyAfterDrawingAndLayersStaySeparate) {
   EXPECT_EQ(ui.layers[0].vertices.size(), 24u);
 }
 
-TEST(Layers, RoundAndGradientShapesStayInsideTheirBox) {
+TEST(Layers, RoundShapesStayInsideTheirBox) {
   UiContext ui = fakeContext();
   beginFrame(ui, 200, 100);
-  addGradientRect(ui, 10, 20, 100, 40, 12, 0xff000000, 0xffffffff, 0xffff0000, 2);
+  addRoundRect(ui, 10, 20, 100, 40, 12, 0xff00ff00, 0xffff0000, 2);
   const auto& vs = ui.layers[0].vertices;
   ASSERT_FALSE(vs.empty());
   for (const UiVertex& v : vs) {
@@ -216,10 +215,9 @@ TEST(Layers, RoundAndGradientShapesStayInsideTheirBox) {
     EXPECT_LE(v.x, 110);
     EXPECT_GE(v.y, 20);
     EXPECT_LE(v.y, 60);
-    if (v.r == 255 && v.g == 0) continue;  // the border colour
-    // The fill is inset by the border and runs dark to light downwards.
-    const float t = (v.y - 22) / 36;
-    EXPECT_NEAR(v.g, 255 * t, 1.5) << v.y;
+    if (v.r == 255) continue;  // the border colour
+    // The fill is inset by the border.
+    EXPECT_TRUE(v.x >= 12 && v.x <= 108 && v.y >= 22 && v.y <= 58) << v.x << ", " << v.y;
   }
   // A radius larger than the box is clamped to a capsule, not inverted.
   beginFrame(ui, 200, 100);
@@ -288,19 +286,19 @@ TEST(Status, FragmentsFollowZoomSpeedSamplesAndPrecision) {
   st.renderWidth = 640;
   st.renderHeight = 360;
   st.iterations = 9;
-  EXPECT_EQ(statusLine(st), "зум ×1.0 · 60 fps · 12/64 сэмплов · 640×360 · итераций 9");
+  EXPECT_EQ(wholeLine(st), "зум ×1.0 · 60 fps · 12/64 сэмплов · 640×360 · итераций 9");
   st.fps = 0.5;
   st.done = true;
   st.samples = 64;
   st.deep = true;
   st.cameraDistance = 1e-12;
-  EXPECT_EQ(statusLine(st), "зум ×1.0 · 2.0 с/сэмпл · 64 сэмплов, готово · 640×360 · итераций 9 · fp64, "
+  EXPECT_EQ(wholeLine(st), "зум ×1.0 · 2.0 с/сэмпл · 64 сэмплов, готово · 640×360 · итераций 9 · fp64, "
                             "предел точности");
   st.fps = 0.0005;  // a measured rate below the floor of 0.001
   st.deep = false;
   st.deepRefused = true;
-  EXPECT_NE(statusLine(st).find("1000.0 с/сэмпл"), std::string::npos);
-  EXPECT_NE(statusLine(st).find(" · предел float (fp64 только для степени 8)"), std::string::npos);
+  EXPECT_NE(wholeLine(st).find("1000.0 с/сэмпл"), std::string::npos);
+  EXPECT_NE(wholeLine(st).find(" · предел float (fp64 только для степени 8)"), std::string::npos);
 }
 
 TEST(Status, HiddenInterfaceKeepsTheBarAndThePillButNoLine) {
@@ -352,16 +350,12 @@ TEST(Status, AMessageWiderThanTheFreeAreaStaysInItAndEndsInAnEllipsis) {
   EXPECT_TRUE(ellipsis);
 }
 
-TEST(Help, EveryBindingIsListedAndAShortWindowGetsTwoColumns) {
-  const auto& lines = helpLines();
-  ASSERT_EQ(lines.size(), 18u);
-  EXPECT_EQ(lines[2].keys, "Колесо");
-  EXPECT_EQ(lines[2].text, "зум (итерации растут сами)");
-  EXPECT_EQ(lines.back().text, "закрыть");
+TEST(Help, AShortWindowGetsTwoColumns) {
+  const std::vector<HelpLine> lines(18, {"Ctrl+S / Ctrl+O", "сохранить / открыть пресет"});
   UiContext ui = fakeContext();
   auto extent = [&](int height) {
     beginFrame(ui, 1200, height);
-    drawHelp(ui, 1200, height, 800);
+    drawHelp(ui, lines, 1200, height, 800);
     float bottom = 0, right = 0;
     const auto& vs = ui.layers[0].vertices;
     for (size_t i = 6; i < vs.size(); ++i) bottom = std::max(bottom, vs[i].y), right = std::max(right, vs[i].x);

@@ -29,7 +29,7 @@ StatusInfo deepScene() {
 
 TEST(StatusLine, NarrowWindowsDropTheLeastUsedFragmentsFirst) {
   const StatusInfo st = deepScene();
-  const std::string full = statusLine(st);
+  const std::string full = statusLineWithin(st, 1e9f, bytes);
   EXPECT_EQ(statusLineWithin(st, bytes(full), bytes), full);
 
   // Each step down in room loses the next fragment in order: the render size,
@@ -49,7 +49,7 @@ TEST(StatusLine, NarrowWindowsDropTheLeastUsedFragmentsFirst) {
   // Before the first sample is complete there is no speed to show.
   StatusInfo first = st;
   first.fps = 0;
-  EXPECT_EQ(statusLine(first), "зум ×2.5e+04 · 3/256 сэмплов · 1280×720 · итераций 41 · fp64, предел точности");
+  EXPECT_EQ(statusLineWithin(first, 1e9f, bytes), "зум ×2.5e+04 · 3/256 сэмплов · 1280×720 · итераций 41 · fp64, предел точности");
 
   // Without an fp64 note the iterations are the last fragment.
   StatusInfo plain = st;
