@@ -158,6 +158,8 @@ const std::vector<uint32_t>& atlasGlyphSet() {
   return set;
 }
 
+namespace {
+
 platform::FontRequest fontRequest(UiFontId font, double scale) {
   platform::FontRequest r;
   r.families = font == kFontHeading ? kHeadingFamilies : kBodyFamilies;
@@ -166,6 +168,8 @@ platform::FontRequest fontRequest(UiFontId font, double scale) {
   return r;
 }
 
+// Coverage of a closed polygon (nonzero winding), added into an 8-bit image:
+// 16 sub-scanlines per row with exact horizontal span coverage.
 void fillPolygon(std::vector<uint8_t>& image, int stride, int height, const Poly& pts) {
   if (pts.size() < 3) return;
   float ymin = pts[0][1], ymax = pts[0][1], xmin = pts[0][0], xmax = pts[0][0];
@@ -188,6 +192,8 @@ void fillPolygon(std::vector<uint8_t>& image, int stride, int height, const Poly
     }
   }
 }
+
+}  // namespace
 
 void packAtlas(AtlasResult& out, const RasterFont (&fonts)[kFontCount]) {
   out.height = kAtlasSize;

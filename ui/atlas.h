@@ -33,9 +33,6 @@ struct AtlasResult {
   int shapesTop = 0;                 // y of the disc
 };
 
-// The fonts' requests at a DPI scale: families, weight and pixel height.
-platform::FontRequest fontRequest(UiFontId font, double scale);
-
 // Packs the fonts in order (rows from x = 8, cells of advance + 4, a row
 // wraps before reaching 1024), then the disc below them, then
 // forces the 4 × 4 solid block at the top-left corner.
@@ -44,7 +41,3 @@ void packAtlas(AtlasResult& out, const RasterFont (&fonts)[kFontCount]);
 // Rasterises the three fonts through the platform and packs them.
 bool buildAtlas(AtlasResult& out, double scale, std::string& error);
 
-// Coverage of a closed polygon (nonzero winding), added into an 8-bit image:
-// 16 sub-scanlines per row with exact horizontal span coverage.
-void fillPolygon(std::vector<uint8_t>& image, int stride, int height,
-                 const std::vector<std::array<float, 2>>& points);

@@ -55,11 +55,11 @@ UiVertex vertex(float x, float y, float u, float v, uint32_t c) {
   return {x, y, u, v, uint8_t(c >> 16), uint8_t(c >> 8), uint8_t(c), uint8_t(c >> 24)};
 }
 
-// Two triangles; the colour runs from the top edge to the bottom edge.
+// Two triangles of one colour.
 void quad(DrawLayer& l, float x0, float y0, float x1, float y1, float u0, float v0, float u1, float v1,
-          uint32_t top, uint32_t bottom) {
-  const UiVertex a = vertex(x0, y0, u0, v0, top), b = vertex(x1, y0, u1, v0, top);
-  const UiVertex c = vertex(x1, y1, u1, v1, bottom), d = vertex(x0, y1, u0, v1, bottom);
+          uint32_t colour) {
+  const UiVertex a = vertex(x0, y0, u0, v0, colour), b = vertex(x1, y0, u1, v0, colour);
+  const UiVertex c = vertex(x1, y1, u1, v1, colour), d = vertex(x0, y1, u0, v1, colour);
   l.vertices.insert(l.vertices.end(), {a, b, c, a, c, d});
   l.commands.back().vertexCount += 6;
 }
@@ -74,21 +74,21 @@ void roundShape(UiContext& ui, float x, float y, float w, float h, float r, uint
   const float su = ui.solidU, sv = ui.solidV;
   r = std::clamp(r, 0.0f, std::min(w, h) * 0.5f);
   if (r < 0.5f) {
-    quad(l, x, y, x + w, y + h, su, sv, su, sv, fill, fill);
+    quad(l, x, y, x + w, y + h, su, sv, su, sv, fill);
     return;
   }
   const float x1 = x + w, y1 = y + h, xi0 = x + r, xi1 = x1 - r, yi0 = y + r, yi1 = y1 - r;
   const auto& d = ui.discUv;
   const float um = (d[0] + d[2]) * 0.5f, vm = (d[1] + d[3]) * 0.5f;
-  quad(l, x, y, xi0, yi0, d[0], d[1], um, vm, fill, fill);
-  quad(l, xi1, y, x1, yi0, um, d[1], d[2], vm, fill, fill);
-  quad(l, x, yi1, xi0, y1, d[0], vm, um, d[3], fill, fill);
-  quad(l, xi1, yi1, x1, y1, um, vm, d[2], d[3], fill, fill);
+  quad(l, x, y, xi0, yi0, d[0], d[1], um, vm, fill);
+  quad(l, xi1, y, x1, yi0, um, d[1], d[2], vm, fill);
+  quad(l, x, yi1, xi0, y1, d[0], vm, um, d[3], fill);
+  quad(l, xi1, yi1, x1, y1, um, vm, d[2], d[3], fill);
   if (xi1 > xi0) {
-    quad(l, xi0, y, xi1, yi0, su, sv, su, sv, fill, fill);
-    quad(l, xi0, yi1, xi1, y1, su, sv, su, sv, fill, fill);
+    quad(l, xi0, y, xi1, yi0, su, sv, su, sv, fill);
+    quad(l, xi0, yi1, xi1, y1, su, sv, su, sv, fill);
   }
-  if (yi1 > yi0) quad(l, x, yi0, x1, yi1, su, sv, su, sv, fill, fill);
+  if (yi1 > yi0) quad(l, x, yi0, x1, yi1, su, sv, su, sv, fill);
 }
 
 }  // namespace
@@ -140,7 +140,7 @@ void popClip(UiContext& ui) {
 
 void addRect(UiContext& ui, float x, float y, float w, float h, uint32_t colour) {
   if (w <= 0 || h <= 0) return;
-  quad(currentLayer(ui), x, y, x + w, y + h, ui.solidU, ui.solidV, ui.solidU, ui.solidV, colour, colour);
+  quad(currentLayer(ui), x, y, x + w, y + h, ui.solidU, ui.solidV, ui.solidU, ui.solidV, colour);
 }
 
 void addRoundRect(UiContext& ui, float x, float y, float w, float h, float radius, uint32_t fill, uint32_t border,
@@ -158,8 +158,7 @@ void addRoundRect(UiContext& ui, float x, float y, float w, float h, float radiu
 void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t colour) {
   if (radius <= 0) return;
   const auto& uv = ui.discUv;
-  quad(currentLayer(ui), cx - radius, cy - radius, cx + radius, cy + radius, uv[0], uv[1], uv[2], uv[3], colour,
-       colour);
+  quad(currentLayer(ui), cx - radius, cy - radius, cx + radius, cy + radius, uv[0], uv[1], uv[2], uv[3], colour);
 }
 
 // [SECTION] Public: text
@@ -227,7 +226,7 @@ float addText(UiContext& ui, UiFontId font, float x, float y, std::string_view u
       eu = g->u0 + (g->u1 - g->u0) * (limit - gx0) / float(g->cellW);
       ex = limit;
     }
-    quad(l, gx0, top, ex, gy1, g->u0, g->v0, eu, g->v1, colour, colour);
+    quad(l, gx0, top, ex, gy1, g->u0, g->v0, eu, g->v1, colour);
   }
   return float(pen);
 }

@@ -133,11 +133,15 @@ double sliderFraction(const SliderSpec& s, double value) {
   return (v - s.lo) / (s.hi - s.lo);
 }
 
+namespace {
+
 double sliderValueAtFraction(const SliderSpec& s, double t) {
   t = std::clamp(t, 0.0, 1.0);
   if (s.logarithmic && s.lo > 0) return s.lo * std::pow(s.hi / s.lo, t);
   return s.lo + (s.hi - s.lo) * t;
 }
+
+}  // namespace
 
 double roundToDecimals(double v, int decimals) {
   double q = std::pow(10.0, decimals);

@@ -86,9 +86,8 @@ struct SliderSpec {
 // Fine steps (Shift): a drag moves the value this many times slower.
 inline constexpr double kSliderFineFactor = 0.1;
 
-// Position along the track (0..1) of a value, and back; clamped to the range.
+// Position along the track (0..1) of a value; clamped to the range.
 double sliderFraction(const SliderSpec& s, double value);
-double sliderValueAtFraction(const SliderSpec& s, double t);
 // The value under the cursor on a track starting at x0 and `width` wide,
 // rounded to the slider's precision.
 double sliderValueAt(const SliderSpec& s, float x0, float width, float mouseX);

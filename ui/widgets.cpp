@@ -77,8 +77,12 @@ void endWidgets(WidgetState& w) {
   setLayer(ui, 0);
 }
 
+namespace {
+
 float rowHeight(const WidgetState& w) { return sc(w, 34); }
 float spacing(const WidgetState& w) { return sc(w, 8); }
+
+}  // namespace
 
 void gap(WidgetState& w, float logicalPixels) { w.lay.y += sc(w, logicalPixels); }
 

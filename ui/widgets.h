@@ -60,9 +60,6 @@ void endWidgets(WidgetState& w);
 
 // [SECTION] Layout helpers
 
-// Metrics scaled by the layout's scale.
-float rowHeight(const WidgetState& w);
-float spacing(const WidgetState& w);
 // Text on its own row ("heading" draws it in the heading font).
 void label(WidgetState& w, const std::string& text, bool heading = false);
 void gap(WidgetState& w, float logicalPixels);
