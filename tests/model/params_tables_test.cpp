@@ -29,7 +29,6 @@ TEST(Tables, LookupsAndRows) {
   const auto& types = fractalTypes();
   ASSERT_EQ(types.size(), 11u);
   EXPECT_EQ(typeIndex("hybrid"), 10);
-  EXPECT_EQ(types[10].flags, 1001u);
   EXPECT_EQ(types[6].name, "Тетраэдр Серпинского");
   // Byte comparison: a capitalised key matches nothing and falls back to row 0.
   EXPECT_EQ(typeIndex("Hybrid"), 0);
