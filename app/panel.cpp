@@ -15,6 +15,7 @@
 #include "app/app_state.h"
 #include "app/commands.h"
 #include "app/film.h"
+#include "model/assert.h"
 #include "model/fields.h"
 #include "model/tables.h"
 #include "ui/ui_context.h"
@@ -71,7 +72,10 @@ void recordSlider(AppState& s, WidgetState& w, const std::string& text, double& 
 
 // A slider of the record's field as its row in the field table has it.
 void recordField(AppState& s, WidgetState& w, double FractalParams::*field) {
-  const FieldSlider f = fieldSlider(*findField(field), fractalTypes()[typeIndex(s.params.type)]);
+  const NumberField* row = findField(field);
+  QTX_ASSERT(row && row->label, "give the field a row with a label in model/fields.cpp");
+  if (!row || !row->label) return;
+  const FieldSlider f = fieldSlider(*row, fractalTypes()[typeIndex(s.params.type)]);
   recordSlider(s, w, f.label, s.params.*field, f.spec);
 }
 

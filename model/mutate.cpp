@@ -7,6 +7,7 @@
 //   [SECTION] Crossing    crossbreed() and its helpers
 #include "model/mutate.h"
 
+#include "model/assert.h"
 #include "model/fields.h"
 #include "model/names.h"
 #include "model/seed.h"
@@ -167,6 +168,7 @@ void nudgeSlot(FormulaSlot& s, bool first, double strength, double amount, std::
     s = freshSlot(first, rng);
     return;
   }
+  QTX_ASSERT(s.f >= 0 && s.f <= 5, "make the record safe before mutating it");
   const int f = std::clamp(s.f, 0, 5);
   const HybridFormula& row = hybridFormulas()[f];
   const double span = 0.15 * (row.kMax - row.kMin);
