@@ -19,7 +19,7 @@ enum class FieldGroup : uint8_t { Shape, Look, View, Camera };
 enum class SliderBounds : uint8_t { Fixed, TypeIter, TypeScale, TypeConstant };
 
 struct SliderRange {
-  double lo = 0, hi = 1;     // unused unless the bounds are fixed
+  double lo = 0, hi = 1;     // where fixed; lo also starts the iteration slider
   int decimals = 2;
   const char* unit = "";
   bool logarithmic = false;
