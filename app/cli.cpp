@@ -6,17 +6,15 @@
 #include "io/json.h"
 #include "io/poster_part.h"
 #include "io/preset.h"
+#include "model/decimal.h"
 #include "model/ranges.h"
 #include "model/seed.h"
 #include "model/tables.h"
 
-#include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <locale.h>
-#include <stdlib.h>
 
 namespace {
 
@@ -51,11 +49,8 @@ bool takeValue(ArgCursor& c, const std::string& option, std::string& value) {
 // A decimal number in the "C" locale, the whole text and nothing else: no
 // hex, no "nan" or "inf", no trailing letters.
 bool parseNumber(const std::string& text, double& out) {
-  static locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
   if (text.empty() || text.find_first_not_of("0123456789+-.eE") != std::string::npos) return false;
-  char* end = nullptr;
-  out = strtod_l(text.c_str(), &end, cLocale);
-  return end == text.c_str() + text.size() && std::isfinite(out);
+  return readDecimal(text, out) == text.size() && std::isfinite(out);
 }
 
 std::string rangeText(const ValueRange& r) {

@@ -1,7 +1,7 @@
 // panel.cpp — the side panel: frame, tab bar, scrolling, and the six tabs.
 //
 // Index
-//   [SECTION] Content tables   tab labels, shape sliders and their ranges
+//   [SECTION] Content tables   tab labels and the field sliders
 //   [SECTION] Edits            how a widget's edit reaches the record
 //   [SECTION] Tab "Создать"
 //   [SECTION] Tab "Форма"
@@ -16,6 +16,8 @@
 #include "app/command_table.h"
 #include "app/commands.h"
 #include "app/film.h"
+#include "model/assert.h"
+#include "model/fields.h"
 #include "model/tables.h"
 #include "ui/ui_context.h"
 
@@ -34,41 +36,19 @@ const std::vector<std::string>& tabLabels() {
 
 namespace {
 
-// Ranges shared with mutation's clamp table, so a mutant never lands where
-// the slider cannot show it.
-constexpr SliderSpec kPowerSpec{2, 16, 2, "", false, nullptr};
-constexpr SliderSpec kFoldSpec{0, 2, 3, "", false, nullptr};
-constexpr SliderSpec kRotationSpec{-180, 180, 1, "°", false, nullptr};
-constexpr SliderSpec kWarpSpec{0, 1, 3, "", false, nullptr};
+FieldSlider fieldSlider(const NumberField& f, const FractalType& row) {
+  double lo, hi;
+  sliderEnds(f, row, lo, hi);
+  return {f.label, f.field, {lo, hi, f.slider.decimals, f.slider.unit, f.slider.logarithmic, nullptr}};
+}
 
 }  // namespace
 
 std::vector<FieldSlider> shapeSliders(const FractalParams& p) {
   const FractalType& row = fractalTypes()[typeIndex(p.type)];
   std::vector<FieldSlider> out;
-  out.push_back({"Итерации", &FractalParams::iter, {1, double(row.iterMax), 0, "", false, nullptr}});
-  if (row.flags & kFlagPower) out.push_back({"Степень", &FractalParams::power, kPowerSpec});
-  if (row.flags & kFlagScale)
-    out.push_back({"Масштаб", &FractalParams::scale, {row.scaleMin, row.scaleMax, 3, "", false, nullptr}});
-  SliderSpec c{row.cMin, row.cMax, 3, "", false, nullptr};
-  if (row.flags & (kFlagJulia | kFlagJuliaW)) {
-    out.push_back({"C · x", &FractalParams::jx, c});
-    out.push_back({"C · y", &FractalParams::jy, c});
-    out.push_back({"C · z", &FractalParams::jz, c});
-  }
-  if (row.flags & kFlagJuliaW) out.push_back({"C · w", &FractalParams::jw, c});
-  if (row.flags & kFlagFold) {
-    out.push_back({"Смещение складки x", &FractalParams::ox, kFoldSpec});
-    out.push_back({"Смещение складки y", &FractalParams::oy, kFoldSpec});
-    out.push_back({"Смещение складки z", &FractalParams::oz, kFoldSpec});
-  }
-  if (row.flags & kFlagRotation) {
-    out.push_back({"Вокруг X", &FractalParams::rx, kRotationSpec});
-    out.push_back({"Вокруг Y", &FractalParams::ry, kRotationSpec});
-    out.push_back({"Вокруг Z", &FractalParams::rz, kRotationSpec});
-  }
-  // Every estimator runs through the warp, so every type reads it.
-  out.push_back({"Деформация", &FractalParams::warp, kWarpSpec});
+  for (const NumberField& f : numberFields())
+    if (f.group == FieldGroup::Shape && f.label && (row.flags & f.types)) out.push_back(fieldSlider(f, row));
   return out;
 }
 
@@ -89,6 +69,15 @@ void applyEdit(AppState& s, Edit e) {
 void recordSlider(AppState& s, WidgetState& w, const std::string& text, double& value, const SliderSpec& spec,
                   const std::string& tip = "") {
   applyEdit(s, slider(w, text, value, spec, tip));
+}
+
+// A slider of the record's field as its row in the field table has it.
+void recordField(AppState& s, WidgetState& w, double FractalParams::*field) {
+  const NumberField* row = findField(field);
+  QTX_ASSERT(row && row->label, "give the field a row with a label in model/fields.cpp");
+  if (!row || !row->label) return;
+  const FieldSlider f = fieldSlider(*row, fractalTypes()[typeIndex(s.params.type)]);
+  recordSlider(s, w, f.label, s.params.*field, f.spec);
 }
 
 void recordToggle(AppState& s, WidgetState& w, const std::string& text, bool& value) {
@@ -237,8 +226,8 @@ void tabColour(AppState& s, WidgetState& w) {
     colour(s, w, "Свой: цвет 2", p.customB);
     colour(s, w, "Свой: цвет 3", p.customC);
   }
-  recordSlider(s, w, "Сдвиг палитры", p.colShift, {0, 1, 3, "", false, nullptr});
-  recordSlider(s, w, "Частота цвета", p.colScale, {0.2, 4, 2, "", false, nullptr});
+  recordField(s, w, &FractalParams::colShift);
+  recordField(s, w, &FractalParams::colScale);
   // A display effect like live mode: the record keeps its colours, and
   // switching off shows them as stored again.
   if (toggle(w, "Анимация палитры", s.paletteAnim.on, "цвета бегут по форме") && !s.paletteAnim.on)
@@ -246,22 +235,22 @@ void tabColour(AppState& s, WidgetState& w) {
   if (s.paletteAnim.on)
     slider(w, "Скорость анимации", s.paletteAnim.speed, {0.01, 1, 2, "", true, nullptr}, "длин палитры в секунду");
   if (section(w, "Свет", ps.lightOpen)) {
-    recordSlider(s, w, "Азимут", p.lightYaw, {0, 360, 0, "°", false, nullptr});
-    recordSlider(s, w, "Высота", p.lightPitch, {-10, 90, 0, "°", false, nullptr});
-    recordSlider(s, w, "Яркость", p.light, {0, 3, 2, "", false, nullptr});
-    recordSlider(s, w, "Рассеянный", p.ambient, {0, 1.5, 2, "", false, nullptr});
-    recordSlider(s, w, "Блики", p.spec, {0, 2, 2, "", false, nullptr});
-    recordSlider(s, w, "Жёсткость теней", p.shadowSoft, {1, 64, 1, "", false, nullptr});
+    recordField(s, w, &FractalParams::lightYaw);
+    recordField(s, w, &FractalParams::lightPitch);
+    recordField(s, w, &FractalParams::light);
+    recordField(s, w, &FractalParams::ambient);
+    recordField(s, w, &FractalParams::spec);
+    recordField(s, w, &FractalParams::shadowSoft);
   }
   if (section(w, "Материал и воздух", ps.postOpen)) {
-    recordSlider(s, w, "Металл", p.metal, {0, 1, 2, "", false, nullptr});
-    recordSlider(s, w, "Перламутр", p.irid, {0, 1, 2, "", false, nullptr});
-    recordSlider(s, w, "Свечение", p.glow, {0, 1, 2, "", false, nullptr});
+    recordField(s, w, &FractalParams::metal);
+    recordField(s, w, &FractalParams::irid);
+    recordField(s, w, &FractalParams::glow);
     colour(s, w, "Цвет свечения", p.glowColor);
-    recordSlider(s, w, "Туман", p.fog, {0, 1, 2, "", false, nullptr});
-    recordSlider(s, w, "Экспозиция", p.exposure, {0.1, 4, 2, "", false, nullptr});
-    recordSlider(s, w, "Ореол", p.bloom, {0, 1.5, 2, "", false, nullptr});
-    recordSlider(s, w, "Виньетка", p.vignette, {0, 1, 2, "", false, nullptr});
+    recordField(s, w, &FractalParams::fog);
+    recordField(s, w, &FractalParams::exposure);
+    recordField(s, w, &FractalParams::bloom);
+    recordField(s, w, &FractalParams::vignette);
     colour(s, w, "Фон сверху", p.bgTop);
     colour(s, w, "Фон снизу", p.bgBot);
   }
@@ -303,10 +292,10 @@ void tabMotion(AppState& s, WidgetState& w) {
   if (toggle(w, "Записать путь", recording, commandKeys(CommandId::Record))) toggleRecording(s);
   gap(w, 4);
   if (!section(w, "Объектив", ps.lensOpen)) return;
-  recordSlider(s, w, "Поле зрения", s.params.fov, {20, 120, 0, "°", false, nullptr});
-  recordSlider(s, w, "Диафрагма", s.params.aperture, {0, 0.2, 3, "", false, nullptr});
+  recordField(s, w, &FractalParams::fov);
+  recordField(s, w, &FractalParams::aperture);
   recordToggle(s, w, "Автофокус", s.params.autoFocus);
-  if (!s.params.autoFocus) recordSlider(s, w, "Фокус", s.params.focus, {0.001, 50, 3, "", true, nullptr});
+  if (!s.params.autoFocus) recordField(s, w, &FractalParams::focus);
   toggle(w, "Фокус закреплён", s.focusLocked, "двойной клик не переводит фокус");
 }
 

@@ -6,6 +6,7 @@
 #include "io/preset.h"
 
 #include "io/os_files.h"
+#include "model/utf8.h"
 
 #include <cwchar>
 #include <cwctype>
@@ -15,29 +16,29 @@
 
 // [SECTION] Whole files
 
-bool readFileLimited(const std::string& path, size_t limit, std::string& out, std::string& reason) {
-  return osReadRegularFile(path, limit, out, reason);
+bool readFileLimited(const std::string& path, size_t limit, std::string& out, std::string& error) {
+  return osReadRegularFile(path, limit, out, error);
 }
 
 bool readWholeFile(const std::string& path, std::string& out) {
-  std::string reason;
-  return osReadRegularFile(path, kPngFileLimit, out, reason);
+  std::string why;
+  return osReadRegularFile(path, kPngFileLimit, out, why);
 }
 
-bool writeFileAtomic(const std::string& path, std::string_view bytes, std::string* reason) {
+bool writeFileAtomic(const std::string& path, std::string_view bytes, std::string* error) {
   std::string why;
   bool ok = osWriteReplacing(path, bytes, why);
-  if (reason) *reason = why;
+  if (error) *error = why;
   return ok;
 }
 
-bool canWriteFile(const std::string& path, std::string& reason) {
+bool canWriteFile(const std::string& path, std::string& error) {
   std::string resolved;
-  return osCheckWritable(path, resolved, reason);
+  return osCheckWritable(path, resolved, error);
 }
 
-std::string fileProblem(const char* lead, const std::string& path, const std::string& reason) {
-  return std::string(lead) + " «" + path + "»: " + reason;
+std::string fileProblem(const char* lead, const std::string& path, const std::string& error) {
+  return std::string(lead) + " «" + path + "»: " + error;
 }
 
 // [SECTION] Presets in files
@@ -48,54 +49,54 @@ bool looksLikePng(std::string_view bytes) {
   return !bytes.empty() && static_cast<unsigned char>(bytes[0]) == 0x89 && bytes.substr(1, 3) == "PNG";
 }
 
-// The preset text of a PNG, or false with the message.
-bool presetTextOfPng(std::string_view bytes, std::string& text, std::string& message) {
+// The preset text of a PNG, or false with the error.
+bool presetTextOfPng(std::string_view bytes, std::string& text, std::string& error) {
   switch (findPresetInPng(bytes, text)) {
     case PngPreset::Found: return true;
-    case PngPreset::Missing: message = kMsgNoPresetInPng; break;
+    case PngPreset::Missing: error = kMsgNoPresetInPng; break;
     case PngPreset::Damaged:
-      message = std::string(kMsgCannotOpen) + kMsgDamagedPng + " (параметры не сходятся с контрольной суммой)";
+      error = std::string(kMsgCannotOpen) + kMsgDamagedPng + " (параметры не сходятся с контрольной суммой)";
       break;
-    case PngPreset::Truncated: message = std::string(kMsgCannotOpen) + kMsgDamagedPng + " (файл обрезан)"; break;
+    case PngPreset::Truncated: error = std::string(kMsgCannotOpen) + kMsgDamagedPng + " (файл обрезан)"; break;
   }
   return false;
 }
 
 }  // namespace
 
-bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& message) {
+bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& error) {
   std::string_view text = bytes;
   std::string fromPng;
   if (looksLikePng(bytes)) {
-    if (!presetTextOfPng(bytes, fromPng, message)) return false;
+    if (!presetTextOfPng(bytes, fromPng, error)) return false;
     text = fromPng;
   }
   try {
     out = presetFromJson(parseJson(text));
   } catch (const std::exception& e) {
-    message = std::string(kMsgCannotOpen) + e.what();
+    error = std::string(kMsgCannotOpen) + e.what();
     return false;
   }
   return true;
 }
 
-bool loadPresetFile(const std::string& path, FractalParams& out, std::string& message) {
-  std::string bytes, reason;
-  if (!readFileLimited(path, kPngFileLimit, bytes, reason)) {
-    message = fileProblem(kMsgCannotRead, path, reason);
+bool loadPresetFile(const std::string& path, FractalParams& out, std::string& error) {
+  std::string bytes, why;
+  if (!readFileLimited(path, kPngFileLimit, bytes, why)) {
+    error = fileProblem(kMsgCannotRead, path, why);
     return false;
   }
   if (!looksLikePng(bytes) && bytes.size() > kTextFileLimit) {
-    message = fileProblem(kMsgCannotRead, path, "файл слишком большой для пресета (больше 4 МБ)");
+    error = fileProblem(kMsgCannotRead, path, "файл слишком большой для пресета (больше 4 МБ)");
     return false;
   }
-  if (decodePresetBytes(bytes, out, message)) return true;
-  message += " («" + path + "»)";
+  if (decodePresetBytes(bytes, out, error)) return true;
+  error += " («" + path + "»)";
   return false;
 }
 
-bool savePresetFile(const std::string& path, const FractalParams& p, std::string* reason) {
-  return writeFileAtomic(path, presetText(p, 2), reason);
+bool savePresetFile(const std::string& path, const FractalParams& p, std::string* error) {
+  return writeFileAtomic(path, presetText(p, 2), error);
 }
 
 // [SECTION] Safe file names
@@ -103,25 +104,6 @@ bool savePresetFile(const std::string& path, const FractalParams& p, std::string
 namespace {
 
 constexpr size_t kSafeNameLength = 40;
-
-// One code point from strict UTF-8, or -1 for a byte that starts no valid
-// sequence (overlong forms, surrogates and values beyond U+10FFFF included).
-long decodeUtf8(const std::string& s, size_t& i) {
-  unsigned char c = static_cast<unsigned char>(s[i]);
-  if (c < 0x80) return ++i, c;
-  int extra = (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : 0;
-  if (extra == 0 || i + extra >= s.size()) return ++i, -1;
-  long cp = c & (0x3F >> extra);
-  for (int k = 1; k <= extra; ++k) {
-    unsigned char cc = static_cast<unsigned char>(s[i + k]);
-    if ((cc & 0xC0) != 0x80) return ++i, -1;
-    cp = cp << 6 | (cc & 0x3F);
-  }
-  static const long minimum[4] = {0, 0x80, 0x800, 0x10000};
-  if (cp < minimum[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return ++i, -1;
-  i += extra + 1;
-  return cp;
-}
 
 // Used where the C library has no UTF-8 locale: the scripts users type seeds in.
 bool isLetterOrDigitFallback(long cp) {
@@ -131,10 +113,15 @@ bool isLetterOrDigitFallback(long cp) {
 }
 
 bool isLetterOrDigit(long cp) {
+  if (cp > static_cast<long>(WCHAR_MAX)) return false;
+#ifdef _WIN32
+  // The Windows runtime's wide-character classes are Unicode whatever the locale.
+  return iswalnum(static_cast<wint_t>(cp)) != 0;
+#else
   static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(0));
   if (!utf8) return isLetterOrDigitFallback(cp);
-  if (cp > static_cast<long>(WCHAR_MAX)) return false;
   return iswalnum_l(static_cast<wint_t>(cp), utf8) != 0;
+#endif
 }
 
 }  // namespace
@@ -144,8 +131,8 @@ std::string safeFileName(const std::string& seed) {
   size_t count = 0;
   for (size_t i = 0; i < seed.size() && count < kSafeNameLength; ++count) {
     size_t start = i;
-    long cp = decodeUtf8(seed, i);
-    if (cp == '_' || cp == '-' || (cp >= 0 && isLetterOrDigit(cp)))
+    const long cp = nextCodepoint(seed, i);
+    if (cp == '_' || cp == '-' || isLetterOrDigit(cp))
       out.append(seed, start, i - start);
     else
       out += '_';

@@ -12,17 +12,17 @@
 inline constexpr size_t kTextFileLimit = size_t(4) << 20;
 inline constexpr size_t kPngFileLimit = size_t(256) << 20;
 
-// Reads a regular file of at most `limit` bytes. On failure `reason` says why
+// Reads a regular file of at most `limit` bytes. On failure `error` says why
 // in Russian ("нет доступа", "это не обычный файл", ...).
-bool readFileLimited(const std::string& path, size_t limit, std::string& out, std::string& reason);
+bool readFileLimited(const std::string& path, size_t limit, std::string& out, std::string& error);
 bool readWholeFile(const std::string& path, std::string& out);
 // Writes the whole file or nothing: a reader sees the old or the new content,
 // never a part (see io/os_files.h for what is refused and what is kept).
-bool writeFileAtomic(const std::string& path, std::string_view bytes, std::string* reason = nullptr);
+bool writeFileAtomic(const std::string& path, std::string_view bytes, std::string* error = nullptr);
 // Whether `path` could be written, checked before work that would be lost.
-bool canWriteFile(const std::string& path, std::string& reason);
-// "<lead> «<path>»: <reason>", the one shape of every file message.
-std::string fileProblem(const char* lead, const std::string& path, const std::string& reason);
+bool canWriteFile(const std::string& path, std::string& error);
+// "<lead> «<path>»: <error>", the one shape of every file error.
+std::string fileProblem(const char* lead, const std::string& path, const std::string& error);
 
 // Toast texts of the file flows.
 inline constexpr const char* kMsgPresetSaved = "Пресет сохранён";
@@ -36,13 +36,13 @@ inline constexpr const char* kMsgLoaded = "Загружено: ";
 
 // Decodes a preset file's bytes: a PNG when it begins with 0x89 and "PNG",
 // else JSON; either dialect; every number brought into its safe range. On
-// failure returns false and sets `message` to the text to show.
-bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& message);
-// Reads and decodes a file without touching anything else. The message names
+// failure returns false and sets `error` to the text to show.
+bool decodePresetBytes(std::string_view bytes, FractalParams& out, std::string& error);
+// Reads and decodes a file without touching anything else. The error names
 // the file.
-bool loadPresetFile(const std::string& path, FractalParams& out, std::string& message);
+bool loadPresetFile(const std::string& path, FractalParams& out, std::string& error);
 // Writes the desktop preset (indent 2) atomically.
-bool savePresetFile(const std::string& path, const FractalParams& p, std::string* reason = nullptr);
+bool savePresetFile(const std::string& path, const FractalParams& p, std::string* error = nullptr);
 
 // "fractal_" + safe name of the seed + ".json".
 std::string proposedPresetName(const std::string& seed);

@@ -8,38 +8,24 @@
 //   [SECTION] Writer
 #include "io/json.h"
 
+#include "model/decimal.h"
+#include "model/utf8.h"
+
 #include <charconv>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
-#include <locale.h>
 #include <stdexcept>
-#include <stdlib.h>
 #include <unordered_map>
 
 // [SECTION] UTF-8
 
 namespace {
 
-// Length of the well-formed sequence at `i` (surrogates allowed), or 0.
-size_t utf8Length(std::string_view s, size_t i) {
-  const unsigned char c = static_cast<unsigned char>(s[i]);
-  if (c < 0x80) return 1;
-  const size_t extra = c >= 0xC2 && c <= 0xDF ? 1 : (c & 0xF0) == 0xE0 ? 2 : c >= 0xF0 && c <= 0xF4 ? 3 : 0;
-  if (extra == 0 || i + extra >= s.size()) return 0;
-  for (size_t k = 1; k <= extra; ++k)
-    if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return 0;
-  const unsigned char c1 = static_cast<unsigned char>(s[i + 1]);
-  if (c == 0xE0 && c1 < 0xA0) return 0;  // overlong
-  if (c == 0xF0 && c1 < 0x90) return 0;  // overlong
-  if (c == 0xF4 && c1 > 0x8F) return 0;  // beyond U+10FFFF
-  return extra + 1;
-}
-
 // The sequence at `i`, or U+FFFD for its first byte alone; `i` moves past
 // what was taken.
 void appendRepaired(std::string_view s, size_t& i, std::string& out) {
-  const size_t n = utf8Length(s, i);
+  uint32_t cp;
+  const size_t n = utf8SequenceAt(s, i, cp, Surrogates::Kept);
   if (n == 0) {
     out += "\xEF\xBF\xBD";
     ++i;
@@ -60,7 +46,8 @@ std::string repairUtf8(std::string_view bytes) {
 
 bool isRepairedUtf8(std::string_view bytes) {
   for (size_t i = 0; i < bytes.size();) {
-    size_t n = utf8Length(bytes, i);
+    uint32_t cp;
+    const size_t n = utf8SequenceAt(bytes, i, cp, Surrogates::Kept);
     if (n == 0) return false;
     i += n;
   }
@@ -163,11 +150,6 @@ bool startsWith(const Reader& r, std::string_view word) {
   return r.s.substr(r.pos, word.size()) == word;
 }
 
-// strtod in the "C" locale, so a user's decimal comma never changes what a file means.
-double parseCDouble(const std::string& run) {
-  static locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
-  return strtod_l(run.c_str(), nullptr, cLocale);
-}
 
 bool isNumberChar(char c) {
   return (c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
@@ -177,8 +159,10 @@ double readNumber(Reader& r) {
   size_t start = r.pos;
   while (!atEnd(r) && isNumberChar(r.s[r.pos])) ++r.pos;
   if (r.pos == start) fail("неверное значение JSON");
-  // Whatever strtod leaves unused ("1-2" reads as 1) is dropped on purpose.
-  return parseCDouble(std::string(r.s.substr(start, r.pos - start)));
+  // Whatever is left unread ("1-2" reads as 1) is dropped on purpose.
+  double value;
+  readDecimal(r.s.substr(start, r.pos - start), value);
+  return value;
 }
 
 int hexDigit(char c) {
@@ -186,21 +170,6 @@ int hexDigit(char c) {
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   return -1;
-}
-
-// Each \u unit is encoded on its own: surrogate halves are not paired, so the
-// text round-trips byte for byte with files other builds wrote.
-void appendUtf8(std::string& out, unsigned unit) {
-  if (unit < 0x80) {
-    out += static_cast<char>(unit);
-  } else if (unit < 0x800) {
-    out += static_cast<char>(0xC0 | (unit >> 6));
-    out += static_cast<char>(0x80 | (unit & 0x3F));
-  } else {
-    out += static_cast<char>(0xE0 | (unit >> 12));
-    out += static_cast<char>(0x80 | ((unit >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (unit & 0x3F));
-  }
 }
 
 // After "\u": four hex digits give a code unit; anything shorter leaves a plain 'u'.
@@ -216,7 +185,9 @@ void readUnicodeEscape(Reader& r, std::string& out) {
       unit = unit * 16 + static_cast<unsigned>(d);
     }
     r.pos += 4;
-    appendUtf8(out, unit);
+    // Each unit is encoded on its own: surrogate halves are not paired, so the
+    // text round-trips byte for byte with files other builds wrote.
+    appendUtf8(out, unit, Surrogates::Kept);
     return;
   }
   out += 'u';

@@ -57,7 +57,7 @@ std::string fromPath(const std::filesystem::path& p) {
 
 // The file a write to `path` lands in: symbolic links followed (a dangling
 // one names the file it will create), at most 32 of them.
-bool resolveLinks(const std::string& path, std::string& out, std::string& reason) {
+bool resolveLinks(const std::string& path, std::string& out, std::string& error) {
   namespace fs = std::filesystem;
   fs::path p = toPath(path);
   for (int hops = 0; hops < 32; ++hops) {
@@ -68,12 +68,12 @@ bool resolveLinks(const std::string& path, std::string& out, std::string& reason
     }
     fs::path target = fs::read_symlink(p, ec);
     if (ec) {
-      reason = reasonFor(ec.value());
+      error = reasonFor(ec.value());
       return false;
     }
     p = target.is_absolute() ? target : p.parent_path() / target;
   }
-  reason = reasonFor(ELOOP);
+  error = reasonFor(ELOOP);
   return false;
 }
 
@@ -98,20 +98,20 @@ void osUseUnnamedTempFiles(bool on) { gUnnamedTempFiles = on; }
 
 namespace {
 
-bool readAll(int fd, size_t limit, std::string& out, std::string& reason) {
+bool readAll(int fd, size_t limit, std::string& out, std::string& error) {
   std::string bytes;
   char buf[65536];
   for (;;) {
     ssize_t n = ::read(fd, buf, sizeof buf);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {
-      reason = reasonFor(errno);
+      error = reasonFor(errno);
       return false;
     }
     if (n == 0) break;
     // A file may grow while it is read (or report no size at all).
     if (bytes.size() + size_t(n) > limit) {
-      reason = tooLarge(limit);
+      error = tooLarge(limit);
       return false;
     }
     bytes.append(buf, size_t(n));
@@ -122,22 +122,22 @@ bool readAll(int fd, size_t limit, std::string& out, std::string& reason) {
 
 }  // namespace
 
-bool osReadRegularFile(const std::string& path, size_t limit, std::string& out, std::string& reason) {
+bool osReadRegularFile(const std::string& path, size_t limit, std::string& out, std::string& error) {
   // Non-blocking, so that opening a FIFO never waits for a writer.
   int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (fd < 0) {
-    reason = reasonFor(errno);
+    error = reasonFor(errno);
     return false;
   }
   struct stat st {};
   bool ok = ::fstat(fd, &st) == 0;
-  if (!ok) reason = reasonFor(errno);
-  else if (S_ISDIR(st.st_mode)) ok = false, reason = reasonFor(EISDIR);
-  else if (!S_ISREG(st.st_mode)) ok = false, reason = kNotRegular;
-  else if (uint64_t(st.st_size) > limit) ok = false, reason = tooLarge(limit);
+  if (!ok) error = reasonFor(errno);
+  else if (S_ISDIR(st.st_mode)) ok = false, error = reasonFor(EISDIR);
+  else if (!S_ISREG(st.st_mode)) ok = false, error = kNotRegular;
+  else if (uint64_t(st.st_size) > limit) ok = false, error = tooLarge(limit);
   if (ok) {
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
-    ok = readAll(fd, limit, out, reason);
+    ok = readAll(fd, limit, out, error);
   }
   ::close(fd);
   return ok;
@@ -154,23 +154,23 @@ std::string folderOf(const std::string& file) {
 
 // What sits at the resolved target: nothing, or a regular file we may write.
 // `mode` gets the permission bits a replacement should carry.
-bool checkTarget(const std::string& file, mode_t& mode, std::string& reason) {
+bool checkTarget(const std::string& file, mode_t& mode, std::string& error) {
   struct stat st {};
   if (::stat(file.c_str(), &st) == 0) {
-    if (S_ISDIR(st.st_mode)) return reason = reasonFor(EISDIR), false;
-    if (!S_ISREG(st.st_mode)) return reason = kNotRegular, false;
+    if (S_ISDIR(st.st_mode)) return error = reasonFor(EISDIR), false;
+    if (!S_ISREG(st.st_mode)) return error = kNotRegular, false;
     // The write bits decide even for a user the system would let through.
-    if ((st.st_mode & 0222) == 0 || ::access(file.c_str(), W_OK) != 0) return reason = kReadOnly, false;
+    if ((st.st_mode & 0222) == 0 || ::access(file.c_str(), W_OK) != 0) return error = kReadOnly, false;
     mode = st.st_mode & 07777;
   } else if (errno != ENOENT) {
-    return reason = reasonFor(errno), false;
+    return error = reasonFor(errno), false;
   } else {
     mode_t mask = ::umask(0);
     ::umask(mask);
     mode = 0666 & ~mask;
   }
   // The replacement is made in the folder, so the folder must take it.
-  if (::access(folderOf(file).c_str(), W_OK | X_OK) != 0) return reason = reasonFor(errno), false;
+  if (::access(folderOf(file).c_str(), W_OK | X_OK) != 0) return error = reasonFor(errno), false;
   return true;
 }
 
@@ -186,9 +186,9 @@ bool writeAll(int fd, std::string_view bytes) {
 }
 
 // Fills an open file, gives it the mode and makes it durable.
-bool fillFile(int fd, std::string_view bytes, mode_t mode, std::string& reason) {
+bool fillFile(int fd, std::string_view bytes, mode_t mode, std::string& error) {
   if (!writeAll(fd, bytes) || ::fchmod(fd, mode) != 0 || ::fsync(fd) != 0) {
-    reason = reasonFor(errno);
+    error = reasonFor(errno);
     return false;
   }
   return true;
@@ -197,35 +197,35 @@ bool fillFile(int fd, std::string_view bytes, mode_t mode, std::string& reason) 
 // An unnamed file in the folder gets its name only once it is complete, so a
 // kill before that leaves nothing at all.
 int writeUnnamed(const std::string& folder, const std::string& temp, std::string_view bytes, mode_t mode,
-                 std::string& reason) {
+                 std::string& error) {
 #ifdef O_TMPFILE
   if (!gUnnamedTempFiles) return -1;
   int fd = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
   if (fd < 0) {
     if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL) return -1;
-    reason = reasonFor(errno);
+    error = reasonFor(errno);
     return -2;
   }
-  bool ok = fillFile(fd, bytes, mode, reason);
+  bool ok = fillFile(fd, bytes, mode, error);
   if (ok) {
     ::unlink(temp.c_str());  // a leftover of an earlier crash
     std::string self = "/proc/self/fd/" + std::to_string(fd);
     ok = ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, temp.c_str(), AT_SYMLINK_FOLLOW) == 0;
-    if (!ok) reason = reasonFor(errno);
+    if (!ok) error = reasonFor(errno);
   }
   ::close(fd);
   return ok ? 0 : -2;
 #else
-  (void)folder, (void)temp, (void)bytes, (void)mode, (void)reason;
+  (void)folder, (void)temp, (void)bytes, (void)mode, (void)error;
   return -1;
 #endif
 }
 
 // Without unnamed files: the fixed temporary name, truncated and refilled.
-bool writeNamed(const std::string& temp, std::string_view bytes, mode_t mode, std::string& reason) {
+bool writeNamed(const std::string& temp, std::string_view bytes, mode_t mode, std::string& error) {
   int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode);
-  if (fd < 0) return reason = reasonFor(errno), false;
-  bool ok = fillFile(fd, bytes, mode, reason);
+  if (fd < 0) return error = reasonFor(errno), false;
+  bool ok = fillFile(fd, bytes, mode, error);
   ::close(fd);
   if (!ok) ::unlink(temp.c_str());
   return ok;
@@ -233,23 +233,23 @@ bool writeNamed(const std::string& temp, std::string_view bytes, mode_t mode, st
 
 }  // namespace
 
-bool osCheckWritable(const std::string& path, std::string& resolved, std::string& reason) {
-  if (!resolveLinks(path, resolved, reason)) return false;
+bool osCheckWritable(const std::string& path, std::string& resolved, std::string& error) {
+  if (!resolveLinks(path, resolved, error)) return false;
   mode_t mode = 0;
-  return checkTarget(resolved, mode, reason);
+  return checkTarget(resolved, mode, error);
 }
 
-bool osWriteReplacing(const std::string& path, std::string_view bytes, std::string& reason) {
+bool osWriteReplacing(const std::string& path, std::string_view bytes, std::string& error) {
   std::string file;
-  if (!resolveLinks(path, file, reason)) return false;
+  if (!resolveLinks(path, file, error)) return false;
   mode_t mode = 0;
-  if (!checkTarget(file, mode, reason)) return false;
+  if (!checkTarget(file, mode, error)) return false;
   const std::string temp = tempNameFor(file);
-  int unnamed = writeUnnamed(folderOf(file), temp, bytes, mode, reason);
+  int unnamed = writeUnnamed(folderOf(file), temp, bytes, mode, error);
   if (unnamed == -2) return false;
-  if (unnamed == -1 && !writeNamed(temp, bytes, mode, reason)) return false;
+  if (unnamed == -1 && !writeNamed(temp, bytes, mode, error)) return false;
   if (::rename(temp.c_str(), file.c_str()) != 0) {
-    reason = reasonFor(errno);
+    error = reasonFor(errno);
     ::unlink(temp.c_str());
     return false;
   }
@@ -260,52 +260,52 @@ bool osWriteReplacing(const std::string& path, std::string_view bytes, std::stri
 
 // [SECTION] Portable fallback
 
-bool osReadRegularFile(const std::string& path, size_t limit, std::string& out, std::string& reason) {
+bool osReadRegularFile(const std::string& path, size_t limit, std::string& out, std::string& error) {
   namespace fs = std::filesystem;
   std::error_code ec;
   fs::file_status st = fs::status(toPath(path), ec);
-  if (ec) return reason = reasonFor(ec.value()), false;
-  if (fs::is_directory(st)) return reason = reasonFor(EISDIR), false;
-  if (!fs::is_regular_file(st)) return reason = kNotRegular, false;
-  if (fs::file_size(toPath(path), ec) > limit) return reason = tooLarge(limit), false;
+  if (ec) return error = reasonFor(ec.value()), false;
+  if (fs::is_directory(st)) return error = reasonFor(EISDIR), false;
+  if (!fs::is_regular_file(st)) return error = kNotRegular, false;
+  if (fs::file_size(toPath(path), ec) > limit) return error = tooLarge(limit), false;
   std::FILE* f = _wfopen(toPath(path).c_str(), L"rb");
-  if (!f) return reason = reasonFor(errno), false;
+  if (!f) return error = reasonFor(errno), false;
   std::string bytes;
   char buf[65536];
   size_t n;
   while ((n = std::fread(buf, 1, sizeof buf, f)) > 0 && bytes.size() + n <= limit) bytes.append(buf, n);
   bool ok = !std::ferror(f) && n == 0;
   std::fclose(f);
-  if (!ok) return reason = tooLarge(limit), false;
+  if (!ok) return error = tooLarge(limit), false;
   out = std::move(bytes);
   return true;
 }
 
-bool osCheckWritable(const std::string& path, std::string& resolved, std::string& reason) {
+bool osCheckWritable(const std::string& path, std::string& resolved, std::string& error) {
   namespace fs = std::filesystem;
-  if (!resolveLinks(path, resolved, reason)) return false;
+  if (!resolveLinks(path, resolved, error)) return false;
   std::error_code ec;
   fs::file_status st = fs::status(toPath(resolved), ec);
-  if (fs::is_directory(st)) return reason = reasonFor(EISDIR), false;
-  if (fs::exists(st) && !fs::is_regular_file(st)) return reason = kNotRegular, false;
+  if (fs::is_directory(st)) return error = reasonFor(EISDIR), false;
+  if (fs::exists(st) && !fs::is_regular_file(st)) return error = kNotRegular, false;
   if (fs::exists(st) && (st.permissions() & fs::perms::owner_write) == fs::perms::none)
-    return reason = kReadOnly, false;
+    return error = kReadOnly, false;
   return true;
 }
 
-bool osWriteReplacing(const std::string& path, std::string_view bytes, std::string& reason) {
+bool osWriteReplacing(const std::string& path, std::string_view bytes, std::string& error) {
   namespace fs = std::filesystem;
   std::string file;
-  if (!osCheckWritable(path, file, reason)) return false;
+  if (!osCheckWritable(path, file, error)) return false;
   const std::string temp = tempNameFor(file);
   std::FILE* f = _wfopen(toPath(temp).c_str(), L"wb");
-  if (!f) return reason = reasonFor(errno), false;
+  if (!f) return error = reasonFor(errno), false;
   bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
   ok = std::fclose(f) == 0 && ok;
   std::error_code ec;
   if (ok) fs::rename(toPath(temp), toPath(file), ec);
   if (!ok || ec) {
-    reason = ok ? reasonFor(ec.value()) : reasonFor(ENOSPC);
+    error = ok ? reasonFor(ec.value()) : reasonFor(ENOSPC);
     fs::remove(toPath(temp), ec);
     return false;
   }

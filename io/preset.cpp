@@ -2,6 +2,7 @@
 // desktop and the web dialect.
 #include "io/preset.h"
 
+#include "model/fields.h"
 #include "model/names.h"
 #include "model/ranges.h"
 #include "model/seed.h"
@@ -42,7 +43,7 @@ JsonValue slotsToJson(const std::vector<FormulaSlot>& slots) {
 JsonValue camToJson(const FractalParams& p) {
   JsonValue cam = JsonValue::makeObject();
   for (const NumberField& f : numberFields())
-    if (f.camera) set(cam, f.key, JsonValue::makeNumber(p.*f.field));
+    if (f.group == FieldGroup::Camera) set(cam, f.key, JsonValue::makeNumber(p.*f.field));
   return cam;
 }
 
@@ -56,7 +57,7 @@ JsonValue presetToJson(const FractalParams& p) {
   set(o, "seed", JsonValue::makeString(p.seed));
   set(o, "type", JsonValue::makeString(p.type));
   for (const NumberField& f : numberFields())
-    if (!f.camera) set(o, f.key, JsonValue::makeNumber(p.*f.field));
+    if (f.group != FieldGroup::Camera) set(o, f.key, JsonValue::makeNumber(p.*f.field));
   set(o, "slots", slotsToJson(p.slots));
   set(o, "jmode", JsonValue::makeNumber(p.jmode));
   for (const StringField& f : kStringFields) set(o, f.key, JsonValue::makeString(p.*f.field));
@@ -108,7 +109,7 @@ void readCam(const JsonValue& root, FractalParams& p) {
   const JsonValue* cam = find(root, "cam");
   if (!cam || !cam->isObject()) return;
   for (const NumberField& f : numberFields())
-    if (f.camera) p.*f.field = numberOr(*cam, f.key, p.*f.field);
+    if (f.group == FieldGroup::Camera) p.*f.field = numberOr(*cam, f.key, p.*f.field);
 }
 
 FractalParams desktopFromJson(const JsonValue& root) {
@@ -117,7 +118,7 @@ FractalParams desktopFromJson(const JsonValue& root) {
   FractalParams p = defaultsForType(type);
   p.seed = stringOr(root, "seed", p.seed);
   for (const NumberField& f : numberFields())
-    if (!f.camera) p.*f.field = numberOr(root, f.key, p.*f.field);
+    if (f.group != FieldGroup::Camera) p.*f.field = numberOr(root, f.key, p.*f.field);
   if (const JsonValue* j = find(root, "jmode"); j && j->isNumber()) p.jmode = truncateToInt(j->number);
   for (const StringField& f : kStringFields) p.*f.field = stringOr(root, f.key, p.*f.field);
   if (const JsonValue* a = find(root, "autoFocus"); a && a->isBool()) p.autoFocus = a->boolean;

@@ -97,8 +97,8 @@ JsonValue historyToJson(const std::vector<RecentSeed>& recent) {
 
 bool loadState(const std::string& path, FractalParams& current, AppSettings& settings,
                std::vector<RecentSeed>& recent) {
-  std::string bytes, reason;
-  if (!readFileLimited(path, kTextFileLimit, bytes, reason)) return false;
+  std::string bytes, why;
+  if (!readFileLimited(path, kTextFileLimit, bytes, why)) return false;
   try {
     JsonValue root = parseJson(bytes);
     if (!root.isObject()) return false;
@@ -121,6 +121,6 @@ std::string stateText(const FractalParams& current, const AppSettings& settings,
 }
 
 bool saveState(const std::string& path, const FractalParams& current, const AppSettings& settings,
-               const std::vector<RecentSeed>& recent, std::string* reason) {
-  return writeFileAtomic(path, stateText(current, settings, recent), reason);
+               const std::vector<RecentSeed>& recent, std::string* error) {
+  return writeFileAtomic(path, stateText(current, settings, recent), error);
 }

@@ -44,7 +44,7 @@ bool loadState(const std::string& path, FractalParams& current, AppSettings& set
                std::vector<RecentSeed>& recent);
 std::string stateText(const FractalParams& current, const AppSettings& settings,
                       const std::vector<RecentSeed>& recent);
-// Writes atomically (temporary file + rename). Returns success; `reason`
+// Writes atomically (temporary file + rename). Returns success; `error`
 // says why not.
 bool saveState(const std::string& path, const FractalParams& current, const AppSettings& settings,
-               const std::vector<RecentSeed>& recent, std::string* reason = nullptr);
+               const std::vector<RecentSeed>& recent, std::string* error = nullptr);

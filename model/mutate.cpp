@@ -1,65 +1,46 @@
 // Mutation and crossbreeding of fractal records.
 //
 // Index
-//   [SECTION] Ranges      the slider ranges a result must stay in
+//   [SECTION] Ranges      the fields that move and the ends they stay within
 //   [SECTION] Draws       uniform and signed draws from raw engine outputs
 //   [SECTION] Mutation    mutate() and its per-group helpers
 //   [SECTION] Crossing    crossbreed() and its helpers
 #include "model/mutate.h"
 
+#include "model/assert.h"
+#include "model/fields.h"
 #include "model/names.h"
 #include "model/seed.h"
 #include "model/tables.h"
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
+#include <vector>
 
 namespace {
 
 // [SECTION] Ranges
 
-// One numeric field with fixed bounds. `span` is how far a bold mutation
-// (strength 1) may move it; `quantum` is what results are rounded to, so that
-// presets stay readable; `wraps` marks angles that go round instead of clamping.
-struct Knob {
-  double FractalParams::*field;
-  uint32_t flag;  // the type flag that lets the field change
-  double lo, hi;
-  double span;
-  double quantum;
-  bool wraps;
-};
+// The fields mutation moves, in the order it draws for them: the shape's
+// first, then (after the hybrid chain) the look's.
+std::vector<const NumberField*> movedFields(FieldGroup group) {
+  std::vector<const NumberField*> out;
+  for (const NumberField& f : numberFields())
+    if (f.mutation.order > 0 && f.group == group) out.push_back(&f);
+  std::sort(out.begin(), out.end(),
+            [](const NumberField* a, const NumberField* b) { return a->mutation.order < b->mutation.order; });
+  return out;
+}
 
-// Shape fields whose bounds do not depend on the type. Rotations per iteration
-// beyond a few tens of degrees shred every formula, hence the modest span.
-const Knob kShapeKnobs[] = {
-    {&FractalParams::power, kFlagPower, 2, 16, 3, 0.001, false},
-    {&FractalParams::ox, kFlagFold, 0, 2, 0.25, 0.001, false},
-    {&FractalParams::oy, kFlagFold, 0, 2, 0.25, 0.001, false},
-    {&FractalParams::oz, kFlagFold, 0, 2, 0.25, 0.001, false},
-    {&FractalParams::rx, kFlagRotation, -180, 180, 20, 0.001, false},
-    {&FractalParams::ry, kFlagRotation, -180, 180, 20, 0.001, false},
-    {&FractalParams::rz, kFlagRotation, -180, 180, 20, 0.001, false},
-};
+const std::vector<const NumberField*>& movedShape() {
+  static const std::vector<const NumberField*> fields = movedFields(FieldGroup::Shape);
+  return fields;
+}
 
-// Colour and light: every type has them, and they change gently.
-const Knob kLookKnobs[] = {
-    {&FractalParams::colShift, kFlagAlways, 0, 1, 0.25, 0.001, false},
-    {&FractalParams::colScale, kFlagAlways, 0.2, 4, 0.4, 0.001, false},
-    {&FractalParams::lightYaw, kFlagAlways, 0, 360, 60, 1, true},
-    {&FractalParams::lightPitch, kFlagAlways, -10, 90, 20, 1, false},
-    {&FractalParams::glow, kFlagAlways, 0, 1, 0.08, 0.001, false},
-    {&FractalParams::metal, kFlagAlways, 0, 1, 0.12, 0.001, false},
-};
-
-// Look fields that crossbreeding blends between the parents.
-double FractalParams::*const kBlendedLook[] = {
-    &FractalParams::colShift, &FractalParams::colScale, &FractalParams::lightPitch,
-    &FractalParams::light,    &FractalParams::ambient,  &FractalParams::spec,
-    &FractalParams::shadowSoft, &FractalParams::metal,  &FractalParams::irid,
-    &FractalParams::glow,     &FractalParams::fog,
-};
+const std::vector<const NumberField*>& movedLook() {
+  static const std::vector<const NumberField*> fields = movedFields(FieldGroup::Look);
+  return fields;
+}
 
 // A fold scale (box type or box link) near ±1 gives an empty or degenerate
 // solid, so when the range straddles zero the scale keeps its sign and stays
@@ -67,15 +48,6 @@ double FractalParams::*const kBlendedLook[] = {
 constexpr double kFoldScaleFloor = 1.1;
 
 double roundTo(double v, double quantum) { return std::floor(v / quantum + 0.5) * quantum; }
-
-double fitKnob(double v, const Knob& k) {
-  v = roundTo(v, k.quantum);
-  if (k.wraps) {
-    v = std::fmod(v - k.lo, k.hi - k.lo);
-    return (v < 0 ? v + (k.hi - k.lo) : v) + k.lo;
-  }
-  return std::clamp(v, k.lo, k.hi);
-}
 
 // The part of [lo, hi] on the side of zero that `current` is on.
 void signedScaleRange(double current, double& lo, double& hi) {
@@ -95,18 +67,36 @@ double clampScale(double v, double lo, double hi) {
   return std::clamp(v, lo, hi);
 }
 
+uint32_t movingTypes(const NumberField& f) { return f.mutation.types ? f.mutation.types : f.types; }
+
+// The ends a moved field is held to: its slider's, and for a fold scale only
+// the side of zero that `current` is on.
+void movedEnds(const NumberField& f, const FractalType& row, double current, double& lo, double& hi) {
+  sliderEnds(f, row, lo, hi);
+  if (f.slider.bounds == SliderBounds::TypeScale) signedScaleRange(current, lo, hi);
+}
+
+double fitMoved(double v, const NumberField& f, double lo, double hi) {
+  v = roundTo(v, f.mutation.step);
+  if (f.mutation.wraps) {
+    v = std::fmod(v - lo, hi - lo);
+    return (v < 0 ? v + (hi - lo) : v) + lo;
+  }
+  return std::clamp(v, lo, hi);
+}
+
 const FractalType& typeRow(const FractalParams& p) { return fractalTypes()[typeIndex(p.type)]; }
 
 // Records read from files may hold anything; results are brought into the
 // slider ranges. Only fields the type uses are touched.
 void clampShape(FractalParams& c) {
   const FractalType& row = typeRow(c);
-  for (const Knob& k : kShapeKnobs)
-    if (row.flags & k.flag) c.*k.field = std::clamp(c.*k.field, k.lo, k.hi);
-  if (row.flags & kFlagScale) c.scale = clampScale(c.scale, row.scaleMin, row.scaleMax);
-  if (row.flags & kFlagJulia)
-    for (double* v : {&c.jx, &c.jy, &c.jz}) *v = std::clamp(*v, row.cMin, row.cMax);
-  if (row.flags & kFlagJuliaW) c.jw = std::clamp(c.jw, row.cMin, row.cMax);
+  for (const NumberField* f : movedShape()) {
+    if (!(row.flags & movingTypes(*f))) continue;
+    double lo, hi;
+    movedEnds(*f, row, c.*f->field, lo, hi);
+    c.*f->field = std::clamp(c.*f->field, lo, hi);
+  }
   c.iter = std::clamp(c.iter, 1.0, static_cast<double>(row.iterMax));
   if (row.flags & kFlagJMode) c.jmode = std::clamp(c.jmode, 0, 2);
   if (!(row.flags & kFlagSlots)) return;
@@ -150,31 +140,17 @@ namespace {
 // How far a move may go at this strength, as a share of a knob's span.
 double reach(double strength) { return 0.05 + 0.95 * std::clamp(strength, 0.0, 1.0); }
 
-void nudgeKnobs(FractalParams& p, const Knob* knobs, size_t count, uint32_t flags, double amount,
-                std::mt19937& rng) {
-  for (size_t i = 0; i < count; ++i) {
-    const Knob& k = knobs[i];
-    if (!(flags & k.flag)) continue;
-    p.*k.field = fitKnob(p.*k.field + k.span * amount * signedDraw(rng), k);
+void nudgeFields(FractalParams& p, const std::vector<const NumberField*>& fields, const FractalType& row,
+                 double amount, std::mt19937& rng) {
+  for (const NumberField* f : fields) {
+    if (!(row.flags & movingTypes(*f))) continue;
+    double& v = p.*f->field;
+    double lo, hi;
+    sliderEnds(*f, row, lo, hi);
+    const double span = f->mutation.share > 0 ? f->mutation.share * (hi - lo) : f->mutation.span;
+    if (f->slider.bounds == SliderBounds::TypeScale) signedScaleRange(v, lo, hi);
+    v = fitMoved(v + span * amount * signedDraw(rng), *f, lo, hi);
   }
-}
-
-void nudgeTypeRanges(FractalParams& p, const FractalType& row, double amount, std::mt19937& rng) {
-  if (row.flags & kFlagScale) {
-    const double span = 0.15 * (row.scaleMax - row.scaleMin);
-    p.scale = fitScale(p.scale + span * amount * signedDraw(rng), p.scale, row.scaleMin,
-                       row.scaleMax);
-  }
-  const double cSpan = 0.08 * (row.cMax - row.cMin);
-  auto nudgeC = [&](double& c) {
-    c = std::clamp(roundTo(c + cSpan * amount * signedDraw(rng), 0.001), row.cMin, row.cMax);
-  };
-  if (row.flags & kFlagJulia) {
-    nudgeC(p.jx);
-    nudgeC(p.jy);
-    nudgeC(p.jz);
-  }
-  if (row.flags & kFlagJuliaW) nudgeC(p.jw);
 }
 
 // A fresh link the way the generator would draw one. The chain never opens
@@ -192,6 +168,7 @@ void nudgeSlot(FormulaSlot& s, bool first, double strength, double amount, std::
     s = freshSlot(first, rng);
     return;
   }
+  QTX_ASSERT(s.f >= 0 && s.f <= 5, "make the record safe before mutating it");
   const int f = std::clamp(s.f, 0, 5);
   const HybridFormula& row = hybridFormulas()[f];
   const double span = 0.15 * (row.kMax - row.kMin);
@@ -239,12 +216,11 @@ FractalParams mutate(const FractalParams& p, double strength, std::mt19937& rng)
   const FractalType& row = typeRow(p);
   FractalParams m = p;
   m.seed = mutantName(p.seed, static_cast<uint32_t>(std::floor(randomUnit(rng) * 46656)));
-  nudgeKnobs(m, kShapeKnobs, std::size(kShapeKnobs), row.flags, amount, rng);
-  nudgeTypeRanges(m, row, amount, rng);
+  nudgeFields(m, movedShape(), row, amount, rng);
   if (row.flags & kFlagSlots) nudgeChain(m, strength, amount, rng);
   nudgeDiscrete(m, row, strength, rng);
   // Colour and light move at most half as far as the shape does.
-  nudgeKnobs(m, kLookKnobs, std::size(kLookKnobs), kFlagAlways, amount * 0.5, rng);
+  nudgeFields(m, movedLook(), row, amount * 0.5, rng);
   clampShape(m);
   keepFramed(m, p);
   return m;
@@ -279,13 +255,10 @@ FormulaSlot crossSlot(const FractalParams& a, const FractalParams& b, size_t i,
 
 void blendShape(FractalParams& c, const FractalParams& a, const FractalParams& b,
                 std::mt19937& rng) {
-  double FractalParams::*const fields[] = {
-      &FractalParams::power, &FractalParams::scale, &FractalParams::jx, &FractalParams::jy,
-      &FractalParams::jz,    &FractalParams::jw,    &FractalParams::ox, &FractalParams::oy,
-      &FractalParams::oz,    &FractalParams::rx,    &FractalParams::ry, &FractalParams::rz,
-      &FractalParams::warp,
-  };
-  for (auto field : fields) c.*field = blendDraw(a.*field, b.*field, rng);
+  // Iterations are blended last, and rounded.
+  for (const NumberField& f : numberFields())
+    if (f.group == FieldGroup::Shape && f.field != &FractalParams::iter)
+      c.*f.field = blendDraw(a.*f.field, b.*f.field, rng);
   // A blend across zero would land on a degenerate fold scale; pick instead.
   if ((a.scale < 0) != (b.scale < 0)) c.scale = randomUnit(rng) < 0.5 ? a.scale : b.scale;
   c.iter = std::floor(blendDraw(a.iter, b.iter, rng) + 0.5);
@@ -309,8 +282,10 @@ void mixLook(FractalParams& c, const FractalParams& a, const FractalParams& b, s
   const FractalParams& pal = randomUnit(rng) < 0.5 ? a : b;
   c.palette = pal.palette;
   c.customA = pal.customA, c.customB = pal.customB, c.customC = pal.customC;
-  for (auto field : kBlendedLook)
-    c.*field = roundTo(a.*field + (b.*field - a.*field) * randomUnit(rng), 0.001);
+  // The wrapping light angle is blended afterwards, along the shorter arc.
+  for (const NumberField& f : numberFields())
+    if (f.group == FieldGroup::Look && !f.mutation.wraps)
+      c.*f.field = roundTo(a.*f.field + (b.*f.field - a.*f.field) * randomUnit(rng), 0.001);
   c.lightYaw = std::floor(blendAngle(a.lightYaw, b.lightYaw, randomUnit(rng)) + 0.5);
   if (c.lightYaw >= 360) c.lightYaw -= 360;
   c.glowColor = (randomUnit(rng) < 0.5 ? a : b).glowColor;

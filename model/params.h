@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -67,16 +66,3 @@ struct FractalParams {
 // The record a new fractal of `typeKey` starts from: defaults, the type's own
 // overrides, and the type's default camera. An unknown key gives "mandelbulb".
 FractalParams defaultsForType(const std::string& typeKey);
-
-// One number of the record and its JSON key. The camera's numbers stand
-// apart in a preset, under "cam".
-struct NumberField {
-  const char* key;
-  double FractalParams::*field;
-  bool camera;
-};
-
-// Every double of the record, in declaration order (so the camera's come
-// last). Preset writer, reader and range checks share it: a number added to
-// the record here is written, read and kept in range alike.
-std::span<const NumberField> numberFields();

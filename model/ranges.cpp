@@ -1,63 +1,22 @@
-// The hard-limit table and the functions that apply it to a record.
+// The hard limits outside the record's field table, and the functions that
+// apply them to a record.
 #include "model/ranges.h"
 
 #include "model/tables.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
-// Distances: the camera's own nearest approach up to where any fractal is a
-// dot. Angles of the camera wrap, so they need only be finite and not so large
-// that a degree is lost to rounding.
-constexpr double kNearest = 5e-12;
-constexpr double kFarthest = 1e6;
-
-const std::vector<ValueRange> kRanges = {
-    // The record.
-    {"iter", 1, 400, false},  // and at most the type's iterMax
-    {"power", 1, 32, false},
-    {"scale", -10, 10, false},
-    {"jx", -4, 4, false},
-    {"jy", -4, 4, false},
-    {"jz", -4, 4, false},
-    {"jw", -4, 4, false},
-    {"ox", -10, 10, false},
-    {"oy", -10, 10, false},
-    {"oz", -10, 10, false},
-    {"rx", -360, 360, false},
-    {"ry", -360, 360, false},
-    {"rz", -360, 360, false},
-    {"warp", -10, 10, false},
+// What is not in the record's field table: its integers, the slot members,
+// the settings ("quality") and the command-line values that are in neither.
+const ValueRange kOtherRanges[] = {
     {"jmode", 0, 2, true},
-    {"colShift", -1000, 1000, false},
-    {"colScale", -1000, 1000, false},
-    {"lightYaw", -3600, 3600, false},
-    {"lightPitch", -90, 90, false},
-    {"light", 0, 100, false},
-    {"ambient", 0, 10, false},
-    {"spec", 0, 10, false},
-    {"shadowSoft", 0, 1000, false},
-    {"metal", 0, 10, false},
-    {"irid", 0, 10, false},
-    {"glow", 0, 10, false},
-    {"fog", 0, 10, false},
-    {"exposure", 0, 100, false},
-    {"bloom", 0, 10, false},
-    {"vignette", 0, 10, false},
-    {"fov", 0.1, 179, false},
-    {"aperture", 0, 10, false},
-    {"focus", kNearest, kFarthest, false},
-    {"tx", -1e6, 1e6, false},
-    {"ty", -1e6, 1e6, false},
-    {"tz", -1e6, 1e6, false},
-    {"yaw", -1e9, 1e9, false},
-    {"pitch", -90, 90, false},
-    {"dist", kNearest, kFarthest, false},
     {"slot.f", 0, 5, true},
     {"slot.k", -32, 32, false},  // a bulb link: at least 1
-    // The settings ("quality"). A resolution scale of 0 is the automatic one.
+    // A resolution scale of 0 is the automatic one.
     {"resScale", 0, 2, false},
     {"samples", 1, 65536, true},
     {"maxSteps", 8, 2000, true},
@@ -71,10 +30,9 @@ const std::vector<ValueRange> kRanges = {
     {"filmFps", 0, 2, true},
     {"filmSize", 0, 2, true},
     {"filmSamples", 0, 3, true},
-    // Command-line values that are in neither.
     {"tab", 0, 5, true},
     {"dive", 0, 86400, false},
-    {"diveUntil", 0, kFarthest, false},
+    {"diveUntil", 0, 1e6, false},
 };
 
 void makeSlotSafe(FormulaSlot& s) {
@@ -86,10 +44,18 @@ void makeSlotSafe(FormulaSlot& s) {
 
 }  // namespace
 
-const std::vector<ValueRange>& valueRanges() { return kRanges; }
+const std::vector<ValueRange>& valueRanges() {
+  static const std::vector<ValueRange> all = [] {
+    std::vector<ValueRange> v;
+    for (const NumberField& f : numberFields()) v.push_back({f.key, f.lo, f.hi, false});
+    v.insert(v.end(), std::begin(kOtherRanges), std::end(kOtherRanges));
+    return v;
+  }();
+  return all;
+}
 
 const ValueRange* findRange(std::string_view key) {
-  for (const ValueRange& r : kRanges)
+  for (const ValueRange& r : valueRanges())
     if (key == r.key) return &r;
   return nullptr;
 }
@@ -108,7 +74,7 @@ double safeValue(double value, const ValueRange& range, double fallback) {
 void makeParamsSafe(FractalParams& p) {
   const FractalParams start = defaultsForType(p.type);
   for (const NumberField& n : numberFields()) {
-    ValueRange r = *findRange(n.key);
+    ValueRange r{n.key, n.lo, n.hi, false};
     if (n.field == &FractalParams::iter)
       r.hi = std::min(r.hi, double(fractalTypes()[typeIndex(p.type)].iterMax));
     p.*n.field = safeValue(p.*n.field, r, start.*n.field);

@@ -6,7 +6,7 @@
 // 180°, a negative power, a scale of the resolution the GPU cannot hold).
 #pragma once
 
-#include "model/params.h"
+#include "model/fields.h"
 
 #include <string_view>
 
@@ -16,9 +16,9 @@ struct ValueRange {
   bool whole;        // stored as an integer
 };
 
-// The record's numbers, the slot members "slot.f" and "slot.k", the
-// settings' numbers and the command-line values ("tab", "dive", "diveUntil"),
-// in that order. One key appears once.
+// The record's numbers (from its field table), "jmode", the slot members
+// "slot.f" and "slot.k", the settings' numbers and the command-line values
+// ("tab", "dive", "diveUntil"), in that order. One key appears once.
 const std::vector<ValueRange>& valueRanges();
 // The row for `key`, or null.
 const ValueRange* findRange(std::string_view key);

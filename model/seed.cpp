@@ -34,8 +34,8 @@ double roundMilli(double v) { return std::floor(v * 1000 + 0.5) * 0.001; }
 
 double length3(double x, double y, double z) { return std::sqrt(x * x + y * y + z * z); }
 
-bool isBulbLike(const std::string& key) {
-  return key.find("bulb") != std::string::npos || key == "qjulia";
+bool hasFixedFraming(const std::string& key) {
+  return fractalTypes()[typeIndex(key)].flags & kFlagFixedFraming;
 }
 
 constexpr double kPowers[12] = {8, 8, 8, 7, 9, 6, 10, 5, 4, 12, 3, 11};
@@ -156,7 +156,7 @@ void drawLook(FractalParams& p, const Digest& d) {
 void drawDistance(FractalParams& p, const Digest& d) {
   const double camDist = fractalTypes()[typeIndex(p.type)].camDist;
   const double r = sceneRadius(p);
-  const double reach = (r > 0 && !isBulbLike(p.type)) ? std::max(r * 1.9, camDist) : camDist;
+  const double reach = (r > 0 && !hasFixedFraming(p.type)) ? std::max(r * 1.9, camDist) : camDist;
   p.dist = std::floor((d[9] * 0.9803921568627451 + 950.0) * reach + 0.5) * 0.001;
   p.focus = p.dist;
 }
@@ -231,7 +231,7 @@ double framingDistance(const FractalParams& p) {
   }
   const double camDist = fractalTypes()[typeIndex(p.type)].camDist;
   const double r = sceneRadius(p);
-  if (isBulbLike(p.type) || r <= 0) return camDist;
+  if (hasFixedFraming(p.type) || r <= 0) return camDist;
   return std::max(camDist, r * 1.9);
 }
 

@@ -9,19 +9,22 @@
 #include <string>
 #include <vector>
 
-// Bits of FractalType::flags: a panel group is shown, or a field mutated,
-// only when its bit is set.
+// Bits of FractalType::flags. Most say which fields the type reads: a panel
+// slider is shown, or a field mutated, only when its bit is set.
 enum TypeFlag : uint32_t {
-  kFlagAlways = 1,
+  kFlagAlways = 1,     // every type: iterations, warp, colour, light, lens
   kFlagPower = 2,
   kFlagScale = 4,
-  kFlagJulia = 8,     // jx, jy, jz
-  kFlagJuliaW = 16,   // jw
-  kFlagFold = 32,     // ox, oy, oz
-  kFlagRotation = 64, // rx, ry, rz
-  kFlagAlways2 = 128,
-  kFlagSlots = 256,
-  kFlagJMode = 512,
+  kFlagJulia = 8,      // jx, jy, jz
+  kFlagJuliaW = 16,    // jw
+  kFlagFold = 32,      // ox, oy, oz
+  kFlagRotation = 64,  // rx, ry, rz
+  kFlagSlots = 256,    // the hybrid chain
+  kFlagJMode = 512,    // how the constant enters
+  // The double-precision program draws the type only at power 8.
+  kFlagDeepPower8 = 1024,
+  // A round body, framed at the type's own camera distance whatever its radius.
+  kFlagFixedFraming = 2048,
 };
 
 struct FractalType {

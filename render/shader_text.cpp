@@ -33,7 +33,7 @@ std::string composeFractalSource(const std::string& typeKey, const std::string& 
 }
 
 bool canUseDoublePrecision(const FractalParams& p) {
-  if (p.type.find("bulb") != std::string::npos) return std::fabs(p.power - 8) < 0.0001;
+  if (fractalTypes()[typeIndex(p.type)].flags & kFlagDeepPower8) return std::fabs(p.power - 8) < 0.0001;
   if (p.type == "hybrid") {
     for (const FormulaSlot& s : p.slots)
       if (s.f < 2 && std::fabs(s.k - 8) >= 0.0001) return false;

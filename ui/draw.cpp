@@ -163,34 +163,6 @@ void addDisc(UiContext& ui, float cx, float cy, float radius, uint32_t colour) {
 
 // [SECTION] Public: text
 
-uint32_t nextCodepoint(std::string_view s, size_t& i) {
-  const uint32_t b0 = uint8_t(s[i]);
-  // The length a lead byte announces; 0 for a byte that cannot lead.
-  const int len = b0 < 0x80 ? 1 : b0 >= 0xC2 && b0 <= 0xDF ? 2 : b0 >= 0xE0 && b0 <= 0xEF ? 3
-                : b0 >= 0xF0 && b0 <= 0xF4 ? 4 : 0;
-  if (len == 0 || i + len > s.size()) {
-    ++i;
-    return 0xFFFD;
-  }
-  uint32_t cp = len == 1 ? b0 : b0 & (0x7F >> len);
-  for (int k = 1; k < len; ++k) {
-    const uint32_t b = uint8_t(s[i + k]);
-    if ((b & 0xC0) != 0x80) {
-      ++i;
-      return 0xFFFD;
-    }
-    cp = (cp << 6) | (b & 0x3F);
-  }
-  // Overlong forms, surrogates and values past U+10FFFF are not text.
-  static constexpr uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
-  if (cp < kMin[len] || (cp >= 0xD800 && cp <= 0xDFFF) || cp > 0x10FFFF) {
-    ++i;
-    return 0xFFFD;
-  }
-  i += len;
-  return cp;
-}
-
 const Glyph* findGlyph(const UiFont& f, uint32_t codepoint) {
   if (codepoint >= f.slot.size()) return nullptr;
   const int16_t k = f.slot[codepoint];

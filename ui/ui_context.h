@@ -12,6 +12,8 @@
 // 0xAARRGGBB. The layer is plain data: the tests read the vertices back.
 #pragma once
 
+#include "model/utf8.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -161,6 +163,3 @@ float textWidth(const UiContext& ui, UiFontId font, std::string_view utf8);
 // The font's line height in pixels.
 float lineHeight(const UiContext& ui, UiFontId font);
 
-// Decodes one code point at `i` and moves past it; 0xFFFD for each malformed
-// byte (overlong forms, surrogates and values past U+10FFFF among them).
-uint32_t nextCodepoint(std::string_view s, size_t& i);

@@ -22,41 +22,6 @@ std::optional<WidgetRect> findWidget(const WidgetRegistry& r, const std::string&
   return it->second;
 }
 
-// [SECTION] UTF-8
-
-std::vector<uint32_t> decodeUtf8(const std::string& text) {
-  std::vector<uint32_t> out;
-  for (size_t i = 0; i < text.size();) out.push_back(nextCodepoint(text, i));
-  return out;
-}
-
-void appendUtf8(std::string& out, uint32_t cp) {
-  if (cp >= 0xD800 && cp <= 0xDFFF) cp = 0xFFFD;
-  if (cp < 0x80) {
-    out += char(cp);
-  } else if (cp < 0x800) {
-    out += char(0xC0 | (cp >> 6));
-    out += char(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += char(0xE0 | (cp >> 12));
-    out += char(0x80 | ((cp >> 6) & 0x3F));
-    out += char(0x80 | (cp & 0x3F));
-  } else if (cp <= 0x10FFFF) {
-    out += char(0xF0 | (cp >> 18));
-    out += char(0x80 | ((cp >> 12) & 0x3F));
-    out += char(0x80 | ((cp >> 6) & 0x3F));
-    out += char(0x80 | (cp & 0x3F));
-  } else {
-    appendUtf8(out, 0xFFFD);
-  }
-}
-
-std::string encodeUtf8(const std::vector<uint32_t>& cps) {
-  std::string out;
-  for (uint32_t cp : cps) appendUtf8(out, cp);
-  return out;
-}
-
 // [SECTION] Text editing
 
 void beginEdit(TextEdit& e, const std::string& value) {

@@ -4,6 +4,8 @@
 // apart from the drawing so that it is tested without GL.
 #pragma once
 
+#include "model/utf8.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -35,13 +37,6 @@ void clearRegistry(WidgetRegistry& r);
 // the first is the one a reader of the panel meets first.
 void registerWidget(WidgetRegistry& r, const std::string& id, const WidgetRect& rect);
 std::optional<WidgetRect> findWidget(const WidgetRegistry& r, const std::string& id);
-
-// [SECTION] UTF-8
-
-// Malformed bytes become U+FFFD, one per bad byte, so nothing is silently lost.
-std::vector<uint32_t> decodeUtf8(const std::string& text);
-std::string encodeUtf8(const std::vector<uint32_t>& cps);
-void appendUtf8(std::string& out, uint32_t cp);
 
 // [SECTION] Text editing
 

@@ -1,10 +1,12 @@
 #include "io/json.h"
 #include "io/preset.h"
+#include "model/fields.h"
 #include "model/seed.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace {
@@ -64,6 +66,22 @@ TEST(Preset, RoundTrip) {
   FractalParams fine;
   fine.warp = 1.0 / 3;  // more than ten digits come back rounded to ten
   EXPECT_DOUBLE_EQ(read(presetText(fine, 2)).warp, 0.3333333333);
+}
+
+// Each number of the record's field table, the camera's among them, is
+// written and read back under its own key.
+TEST(Preset, EveryTableFieldRoundTrips) {
+  FractalParams p = defaultsForType("hybrid");
+  int i = 0;
+  for (const NumberField& f : numberFields()) {
+    // Inside the hard range, different for each field, in eighths so ten digits hold it.
+    const double v = f.lo + (f.hi - f.lo) * (0.3 + 0.01 * ++i);
+    p.*f.field = std::round(v * 8) / 8;
+  }
+  p.iter = 17;  // within the type's own maximum
+  const FractalParams back = read(presetText(p, 2));
+  for (const NumberField& f : numberFields()) EXPECT_EQ(back.*f.field, p.*f.field) << f.key;
+  EXPECT_EQ(back, p);
 }
 
 TEST(Preset, DesktopDialectDefaults) {

@@ -28,20 +28,6 @@ TEST(WidgetRegistry, RefilledEachFrameAndFirstOfSameLabelWins) {
   EXPECT_FALSE(findWidget(r, "sl:Металл"));
 }
 
-TEST(Utf8, RoundTripAndBadBytesBecomeReplacement) {
-  std::string text = "тест_сид ё €𝄞";
-  auto v = decodeUtf8(text);
-  EXPECT_EQ(v.size(), 13u);
-  EXPECT_EQ(v[0], 0x0442u);
-  EXPECT_EQ(v[12], 0x1D11Eu);
-  EXPECT_EQ(encodeUtf8(v), text);
-  // A lone continuation byte, a cut sequence, an overlong slash, a surrogate.
-  auto bad = decodeUtf8(std::string("a\x80" "b\xD0", 4));
-  EXPECT_EQ(bad, (std::vector<uint32_t>{'a', 0xFFFD, 'b', 0xFFFD}));
-  EXPECT_EQ(decodeUtf8("\xC0\xAF"), (std::vector<uint32_t>{0xFFFD, 0xFFFD}));
-  EXPECT_EQ(decodeUtf8("\xED\xA0\x80").front(), 0xFFFDu);
-}
-
 TEST(TextEdit, CyrillicTypingBackspacePasteCommitAndCancel) {
   TextEdit e;
   beginEdit(e, "ab");
