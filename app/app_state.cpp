@@ -21,6 +21,8 @@ FractalParams liveParams(const AppState& s) {
   return p;
 }
 
+std::mt19937 mutationDraws(AppState& s) { return std::mt19937(uint32_t(s.rng())); }
+
 void pushState(AppState& s) { pushHistory(s.history, presetText(liveParams(s), 0)); }
 
 bool makeCurrent(AppState& s, const FractalParams& p, std::string& error) {

@@ -8,6 +8,7 @@
 #include "io/settings.h"
 #include "model/history.h"
 #include "model/params.h"
+#include "model/random.h"
 #include "nav/camera.h"
 #include "nav/dive.h"
 #include "nav/live.h"
@@ -88,7 +89,9 @@ struct AppState {
   } paletteAnim;
   int fitCountdown = 0;              // frames of fitting to the frame still allowed
   bool focusLocked = false;          // a pick leaves the focus distance alone
-  std::mt19937 rng{std::random_device{}()};  // mutation and crossbreeding
+  // Every draw the program makes (random seeds and types, mutation, the
+  // dive's turns); seeded once, or by a film's --random-seed.
+  RandomEngine rng{std::random_device{}()};
 
   bool cameraWasMoving = false;      // for the history step when motion ends
   double lastFrameTime = -1;
@@ -113,6 +116,9 @@ struct AppState {
 
 // The record with the live camera pose, as history and shots store it.
 FractalParams liveParams(const AppState& s);
+// Mutation and crossbreeding take 32 random bits at a time from an MT19937:
+// each gets a fresh one, seeded from the application's engine.
+std::mt19937 mutationDraws(AppState& s);
 // Snapshot of the live state into the undo history.
 void pushState(AppState& s);
 // Makes `p` the current record with its camera (snapped), pushes it into the

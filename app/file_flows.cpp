@@ -25,7 +25,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <random>
 
 namespace {
 
@@ -126,7 +125,8 @@ bool crossbreedWith(AppState& s, const std::string& typed) {
     showMessage(s, message);
     return false;
   }
-  FractalParams child = crossbreed(liveParams(s), other, s.rng);
+  std::mt19937 draws = mutationDraws(s);
+  FractalParams child = crossbreed(liveParams(s), other, draws);
   std::string ignored;
   makeCurrent(s, child, ignored);
   addRecentSeed(s.history, s.params.seed, s.params.type);
@@ -316,7 +316,7 @@ bool filmTo(AppState& s, const std::string& typed, int w, int h, int fps, int sa
     // The dive from the view as it stands, on a seed of its own.
     if (!s.dive.on) setDive(s.dive, s.camera, s.params, true);
     const int frames = std::max(1, int(std::lround(seconds * fps)));
-    const uint32_t seed = std::random_device{}();
+    const uint32_t seed = uint32_t(s.rng());
     film = planDivePath(s, frames, fps, seed, [&](int done) {
       const std::string stage = "план погружения: кадр " + std::to_string(done) + " из " + std::to_string(frames);
       return going = filmProgress(s, stage, double(done) / frames, started, shownAt);

@@ -13,21 +13,23 @@
 #include <cstdio>
 #include <utility>
 
-DiveContext diveContext(AppState& s, double dt, double now) {
+void stepDive(AppState& s, double dt, double now, bool keepRecord) {
   DiveContext ctx;
   ctx.dt = dt;
   ctx.now = now;
   ctx.speed = s.settings.diveSpeed;
   ctx.deepAllowed = canUseDoublePrecision(s.params) && s.settings.deep != 1;
   ctx.sequence = s.renderer.sequence;
-  ctx.findDeepest = [&s](double maxDepth, double point[3]) {
-    return findDeepestPoint(pictureOf(s), depthReaderOf(s), maxDepth, point);
-  };
-  ctx.newSeed = [&s](bool randomType) {
-    randomSeed(s, randomType);
-    return s.params.dist;
-  };
-  return ctx;
+  const DiveWants want = diveStep(s.dive, s.camera, ctx, s.rng);
+  if (want.search) {
+    double point[3];
+    const bool found = findDeepestPoint(pictureOf(s), depthReaderOf(s), want.searchDepth, point);
+    diveAim(s.dive, s.camera, ctx, found ? point : nullptr);
+  }
+  if (want.newSeed) {
+    if (!keepRecord) randomSeed(s, want.randomType);
+    diveSurfaceAt(s.dive, s.params.dist);
+  }
 }
 
 FrameInput beginFrame(AppState& s) {
@@ -36,7 +38,7 @@ FrameInput beginFrame(AppState& s) {
   double dt = std::clamp(rawDt, 0.0001, 0.1);
   s.lastFrameTime = now;
   if (s.dive.on) {
-    diveStep(s.dive, s.camera, diveContext(s, dt, now));
+    stepDive(s, dt, now, false);
     using TurnBack = DiveState::TurnBack;
     // The screen saver shows no messages: it only dives.
     TurnBack why = std::exchange(s.dive.turnedBack, TurnBack::None);

@@ -31,7 +31,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 
 // The flight reads the platform's key codes without including the platform.
@@ -168,9 +167,8 @@ platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, bool p
 // The screen saver never shows the same thing twice: a random record, live,
 // diving, and a new seed of a random type after each surfacing.
 void startRandomDive(AppState& s) {
-  s.dive.rng.seed(uint32_t(std::time(nullptr)) ^ uint32_t(std::rand()));
   std::string ignored;
-  makeCurrent(s, randomDiveRecord(s.dive.rng), ignored);
+  makeCurrent(s, randomDiveRecord(s.rng), ignored);
   s.dive.newSeedAfterSurfacing = true;
   s.dive.randomType = true;
   s.live.on = true;
@@ -497,6 +495,5 @@ int main(int argc, char** argv) {
   int status = 0;
   if (answerWithoutWindow(run.opts, status)) return status;
   if (run.thumbnail()) prepareThumbnail(run.opts);
-  std::srand(unsigned(std::time(nullptr)));
   return runProgram(run);
 }
