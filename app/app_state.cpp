@@ -55,6 +55,12 @@ bool overPanel(const AppState& s, float x, int clientWidth) {
   return !s.uiHidden && x >= float(panelLeftEdge(s, clientWidth));
 }
 
+bool panelShown(const AppState& s) { return s.ui && !s.uiHidden && !s.screensaverMode; }
+
+double imageShift(const AppState& s, int clientWidth) {
+  return panelShown(s) ? 0.5 * (clientWidth - panelLeftEdge(s, clientWidth)) : 0;
+}
+
 std::string loadAndApply(AppState& s, const std::string& path) {
   FractalParams p;
   std::string message;
@@ -95,8 +101,6 @@ void applyLaunchOptions(AppState& s, const LaunchOptions& o) {
   }
   s.dive.on = false;
   s.live.on = false;
-  // The panel does not exist yet; its width joins here once it does.
-  s.uiOffset = 0;
   // The speed goes into the setting the dive reads (a launched run never
   // saves it); the shot stops the dive after its time or below its depth.
   if (o.dive > 0) {
@@ -134,7 +138,7 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.palettePhase = s.paletteAnim.phase;
   in.diveActive = s.dive.on;
   in.deepForced = s.deepForced;
-  in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
+  in.shiftTarget = imageShift(s, in.width);
   in.targetSamples = targetSampleCount(s);
   // Nobody watches a shot's or a self-test's loop: its bands may be long and
   // it composites only what is read back. A window merely launched with

@@ -14,9 +14,11 @@
 #include "nav/live.h"
 #include "nav/picture.h"
 #include "render/renderer.h"
+#include "ui/ui_context.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -76,7 +78,6 @@ struct AppState {
   int targetSamples = 0;             // 0 = the settings' sample count
   bool uiHidden = false;
   int activeTab = 0;
-  double uiOffset = 0;               // image shift target while the panel shows
   DiveState dive;
   LiveState live;
   FractalParams liveShown;           // while live: the morphed copy frameInputOf hands the renderer
@@ -100,6 +101,7 @@ struct AppState {
 
   InputState input;
   PanelState panel;                // the side panel's widgets, sections and fields
+  std::unique_ptr<UiContext> ui;   // the interface's drawing layer, once initInterface built it
   bool helpShown = false;            // the help overlay (F1, "/")
   double dpiScale = 1;
   bool unattended = false;           // shot, input test, screen saver: messages also go to stderr
@@ -132,6 +134,13 @@ void showMessage(AppState& s, const std::string& text);
 // panel's scaled width while the interface is shown, else the client width.
 int panelLeftEdge(const AppState& s, int clientWidth);
 bool overPanel(const AppState& s, float x, int clientWidth);
+// The side panel is drawn over the picture: the interface is built, not
+// hidden, and this is no screen saver.
+bool panelShown(const AppState& s);
+// The image shift, in client pixels, that keeps the fractal in the middle of
+// what the panel leaves free: half the panel's width while it shows, else 0.
+// It follows from the layout alone, so the renderer has it before the panel is drawn.
+double imageShift(const AppState& s, int clientWidth);
 // Opening or dropping a file: the record is applied only when the whole load
 // succeeded (current, camera snapped, history, recent seeds). Returns the
 // message to show: "Загружено: " and the seed, or why nothing changed.

@@ -470,7 +470,7 @@ int runProgram(Run& run) {
   if (save && !run.statePath.empty() &&
       !saveState(run.statePath, liveParams(*s), s->settings, s->history.recent, &error))
     std::fprintf(stderr, "%s\n", fileProblem("Не удалось сохранить настройки", run.statePath, error).c_str());
-  destroyInterface();
+  destroyInterface(*s);
   destroyRenderer(s->renderer);
   platform::destroyWindow(window);
   return run.exitStatus;

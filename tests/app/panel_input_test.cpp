@@ -64,7 +64,7 @@ class PanelInput : public ::testing::Test {
   }
   void TearDown() override {
     if (!s) return;
-    destroyInterface();
+    destroyInterface(*s);
     destroyRenderer(s->renderer);
   }
 
