@@ -43,7 +43,7 @@ void showMessage(AppState& s, const std::string& text) {
   s.toastText = text;
   s.toastUntil = platform::now() + 3.0;
   s.redraw = true;
-  if (s.unattended && !s.selfTest) std::fprintf(stderr, "%s\n", text.c_str());
+  if (messagesOnStderr(s.mode)) std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 int panelLeftEdge(const AppState& s, int clientWidth) {
@@ -55,7 +55,7 @@ bool overPanel(const AppState& s, float x, int clientWidth) {
   return !s.uiHidden && x >= float(panelLeftEdge(s, clientWidth));
 }
 
-bool panelShown(const AppState& s) { return s.ui && !s.uiHidden && !s.screensaverMode; }
+bool panelShown(const AppState& s) { return s.ui && !s.uiHidden && !isScreenSaver(s.mode); }
 
 double imageShift(const AppState& s, int clientWidth) {
   return panelShown(s) ? 0.5 * (clientWidth - panelLeftEdge(s, clientWidth)) : 0;
@@ -140,10 +140,8 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.deepForced = s.deepForced;
   in.shiftTarget = imageShift(s, in.width);
   in.targetSamples = targetSampleCount(s);
-  // Nobody watches a shot's or a self-test's loop: its bands may be long and
-  // it composites only what is read back. A window merely launched with
-  // options has a user in front of it.
-  in.unattended = s.unattended && !s.screensaverMode;
+  // A window merely launched with options has a user in front of it.
+  in.unattended = nobodyWatches(s.mode);
   in.settings = &s.settings;
   return in;
 }

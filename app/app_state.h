@@ -64,6 +64,25 @@ void clearFrameInput(InputState& in);
 
 inline constexpr double kPanelWidth = 372;  // logical pixels
 
+// How this run of the program goes; the questions the shell asks of it are
+// the functions below.
+enum class RunMode {
+  Interactive,        // a window with a user in front of it
+  ScreenSaver,        // the endless random dive in a window of its own; any key or click ends it
+  HostedScreenSaver,  // the same drawn into a host's window (xscreensaver), which owns the input
+  InputTest,          // --input-test: drives itself with posted input; its log is its only output
+  Film,               // --film: plans a dive and renders its frames
+  Shot,               // --shot, a thumbnail or a poster: renders, writes the files and stops
+};
+
+inline bool isScreenSaver(RunMode m) { return m == RunMode::ScreenSaver || m == RunMode::HostedScreenSaver; }
+// Nobody reads the window's messages, so they also go to stderr, where a log
+// keeps them (the self-test writes only its own log).
+inline bool messagesOnStderr(RunMode m) { return isScreenSaver(m) || m == RunMode::Film || m == RunMode::Shot; }
+// Nobody waits on the loop: its bands may be long and it composites only what
+// is read back. A screen saver is watched.
+inline bool nobodyWatches(RunMode m) { return m == RunMode::InputTest || m == RunMode::Film || m == RunMode::Shot; }
+
 struct AppState {
   FractalParams params;            // the current record
   Camera camera;
@@ -72,7 +91,7 @@ struct AppState {
   Renderer renderer;
   platform::Window* window = nullptr;
 
-  bool screensaverMode = false;
+  RunMode mode = RunMode::Interactive;
   bool launchedWithOptions = false;  // suppresses saving the settings
   bool deepForced = false;           // --deep
   int targetSamples = 0;             // 0 = the settings' sample count
@@ -104,11 +123,8 @@ struct AppState {
   std::unique_ptr<UiContext> ui;   // the interface's drawing layer, once initInterface built it
   bool helpShown = false;            // the help overlay (F1, "/")
   double dpiScale = 1;
-  bool unattended = false;           // shot, input test, screen saver: messages also go to stderr
-  bool selfTest = false;             // --input-test: its log is its only output
   bool redraw = false;               // something changed: draw the next frame at once
   bool quitRequested = false;        // the screen saver ends, or a photo's close asked to quit
-  bool saverInHost = false;          // the screen saver draws into a host's window (host owns input)
   bool photoRunning = false;         // a photo render holds the loop
   // Work a panel button asked for that must not run inside the interface's
   // frame (a photo redraws the window while it runs); done once the frame is drawn.
@@ -127,8 +143,8 @@ void pushState(AppState& s);
 // history and hands it to the renderer. False with `error` when the fractal's
 // program does not build; the record is current either way.
 bool makeCurrent(AppState& s, const FractalParams& p, std::string& error);
-// The message pill's text for 3 seconds; unattended runs also print it on
-// stderr, where a log keeps it.
+// The message pill's text for 3 seconds; where nobody reads the window it
+// also goes to stderr (messagesOnStderr).
 void showMessage(AppState& s, const std::string& text);
 // Left edge of the side panel in client pixels: the client width less the
 // panel's scaled width while the interface is shown, else the client width.

@@ -144,15 +144,6 @@ void requestFit(AppState& s) {
   s.redraw = true;
 }
 
-void centreOnCentre(AppState& s) {
-  Pick p = pickAtCentre(pictureOf(s), depthReaderOf(s));
-  if (!p.hit) {
-    showMessage(s, kMsgCentreEmpty);
-    return;
-  }
-  centreOnSurface(s, p);
-}
-
 void centreOnSurface(AppState& s, const Pick& p) {
   centreOnPick(s.camera, p);
   if (!s.focusLocked) {

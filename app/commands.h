@@ -37,8 +37,6 @@ void toggleRotation(AppState& s);
 void returnCamera(AppState& s);
 // Frames the fractal on the next still picture.
 void requestFit(AppState& s);
-// The rotation centre onto the surface in the middle of the free picture.
-void centreOnCentre(AppState& s);
 // The rotation centre onto a picked surface point (a hit); the lens focuses
 // there unless the focus is locked.
 void centreOnSurface(AppState& s, const Pick& p);

@@ -42,7 +42,7 @@ FrameInput beginFrame(AppState& s) {
     using TurnBack = DiveState::TurnBack;
     // The screen saver shows no messages: it only dives.
     TurnBack why = std::exchange(s.dive.turnedBack, TurnBack::None);
-    switch (s.screensaverMode ? TurnBack::None : why) {
+    switch (isScreenSaver(s.mode) ? TurnBack::None : why) {
       case TurnBack::FloorFloat: showMessage(s, kMsgDiveFloorFloat); break;
       case TurnBack::FloorDouble: showMessage(s, kMsgDiveFloorDouble); break;
       case TurnBack::NoDeeperPoint: showMessage(s, kMsgDiveNoDeeper); break;
@@ -80,7 +80,7 @@ bool finishFrame(AppState& s, const FrameInput& in, bool more) {
   std::string message = takeShaderMessage(s.renderer);
   if (!message.empty()) {
     showMessage(s, message);
-    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
+    if (s.mode == RunMode::Interactive) std::fprintf(stderr, "%s\n", message.c_str());
   }
   bool wanted = more || in.cameraMoving || s.fitCountdown > 0 || s.redraw;
   s.redraw = false;

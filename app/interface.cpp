@@ -53,7 +53,7 @@ StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
 }
 
 void drawInterface(AppState& s, int width, int height, uint32_t fbo) {
-  if (!s.ui || s.screensaverMode || width <= 0 || height <= 0) return;
+  if (!s.ui || isScreenSaver(s.mode) || width <= 0 || height <= 0) return;
   UiContext& ui = *s.ui;
   beginFrame(ui, width, height);
   drawPanel(s, ui, width, height);

@@ -126,14 +126,22 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
 
 // [SECTION] Start-up
 
-// The screen-saver host's window: "-window-id ID", else the one a host such
-// as xscreensaver names in XSCREENSAVER_WINDOW; decimal or 0x-hex; 0 = none.
-// "-root" (xscreensaver's switch) without either means the desktop's root window.
+// The self-test wins over everything, a screen saver (even one asked for a
+// shot or a film) over the file it writes.
+RunMode runMode(const Run& run, bool saver) {
+  if (run.opts.inputTest) return RunMode::InputTest;
+  if (saver) return run.hostWindow != 0 ? RunMode::HostedScreenSaver : RunMode::ScreenSaver;
+  if (run.film()) return RunMode::Film;
+  if (run.shot()) return RunMode::Shot;
+  return RunMode::Interactive;
+}
+
+// The screen-saver host's window: "-window-id ID" (decimal or 0x-hex), else
+// the one a host such as xscreensaver names; 0 = none. "-root"
+// (xscreensaver's switch) without either means the desktop's root window.
 uint64_t hostWindowId(const LaunchOptions& o) {
   if (!o.shot.empty()) return 0;
-  const char* env = std::getenv("XSCREENSAVER_WINDOW");
-  std::string text = !o.windowId.empty() ? o.windowId : env ? env : "";
-  uint64_t id = std::strtoull(text.c_str(), nullptr, 0);
+  uint64_t id = !o.windowId.empty() ? std::strtoull(o.windowId.c_str(), nullptr, 0) : platform::screenSaverHostWindow();
   return id == 0 && o.root ? platform::rootWindow() : id;
 }
 
@@ -218,7 +226,7 @@ void loadStartingState(AppState& s, Run& run) {
   platform::drawableSize(s.window, w, h);
   if (run.shot() && w < 2 * (w - panelLeftEdge(s, w))) s.uiHidden = true;
   if (run.film()) s.uiHidden = true;
-  if (s.screensaverMode) startRandomDive(s);
+  if (isScreenSaver(s.mode)) startRandomDive(s);
 }
 
 // The first fractal's program. An unattended run goes on after a failure, so
@@ -255,7 +263,7 @@ void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
     return;
   }
   // The screen saver's window takes no drops.
-  if (e.type == platform::EventType::DropFile && s.screensaverMode) return;
+  if (e.type == platform::EventType::DropFile && isScreenSaver(s.mode)) return;
   dispatchEvent(s, e);
   if (s.quitRequested) run.running = false;
   run.busy = true;
@@ -417,13 +425,11 @@ int runProgram(Run& run) {
   }
   auto s = std::make_unique<AppState>();
   s->window = window;
-  s->screensaverMode = run.opts.screensaver || run.hostWindow != 0;
+  const bool saver = run.opts.screensaver || run.hostWindow != 0;
   if (!platform::drawsIntoHost(window)) run.hostWindow = 0;  // it fell back to a window of its own
-  s->saverInHost = run.hostWindow != 0;
+  s->mode = runMode(run, saver);
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
-  s->unattended = run.scripted() || s->screensaverMode;
-  s->selfTest = run.opts.inputTest;
   // A thumbnail is the file's alone: the user's settings neither shape it
   // nor get a folder made for them in the file manager's sandbox.
   std::string folder = run.thumbnail() ? std::string() : platform::settingsFolder();
@@ -452,21 +458,21 @@ int runProgram(Run& run) {
   }
   // The screen saver shows no interface, so it spends no time on the atlas;
   // nor does a thumbnail, which is the picture alone (no progress bar).
-  if (!s->screensaverMode && !run.thumbnail() && !initInterface(*s, error)) {
+  if (!isScreenSaver(s->mode) && !run.thumbnail() && !initInterface(*s, error)) {
     platform::messageBox(window, kAppTitle, error, true);
     destroyRenderer(s->renderer);
     platform::destroyWindow(window);
     return 1;
   }
   // After the slow start-up (shaders, atlas), so that its 3 seconds are seen.
-  if (!run.startMessage.empty() && !s->unattended) showMessage(*s, run.startMessage);
+  if (!run.startMessage.empty() && s->mode == RunMode::Interactive) showMessage(*s, run.startMessage);
   run.start = platform::now();
   // Without a dive a poster needs no frame at all, and so every process
   // that renders a part of it starts from the same renderer state.
   if (run.poster() && run.opts.dive <= 0) takePoster(*s, run);
   else runLoop(*s, run);
 
-  bool save = !s->unattended && !s->launchedWithOptions;
+  bool save = s->mode == RunMode::Interactive && !s->launchedWithOptions;
   if (save && !run.statePath.empty() &&
       !saveState(run.statePath, liveParams(*s), s->settings, s->history.recent, &error))
     std::fprintf(stderr, "%s\n", fileProblem("Не удалось сохранить настройки", run.statePath, error).c_str());

@@ -514,7 +514,7 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height) {
   PanelState& ps = s.panel;
   WidgetState& w = ps.widgets;
   int left = panelLeftEdge(s, width);
-  if (s.uiHidden || s.screensaverMode) {
+  if (s.uiHidden || isScreenSaver(s.mode)) {
     clearRegistry(w.registry);
     w.active.clear();
     w.focus.clear();

@@ -246,7 +246,7 @@ TEST_F(PanelInput, FitToTheFrameRunsWhileTheCameraAutoRotates) {
 // saver (the backends pass them on as key code 0) and do nothing elsewhere.
 TEST(ScreenSaverInput, AnyKeyEndsItAndAnUnboundKeyIsHarmlessOtherwise) {
   AppState s;
-  s.screensaverMode = true;
+  s.mode = RunMode::ScreenSaver;
   InputEvent e;
   e.type = EventType::KeyDown;
   e.key = platform::kKeyUnknown;
