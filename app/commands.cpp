@@ -10,6 +10,7 @@
 
 #include "io/files.h"
 #include "io/preset.h"
+#include "model/assert.h"
 #include "model/mutate.h"
 #include "model/names.h"
 #include "model/seed.h"
@@ -74,6 +75,7 @@ void mutateCurrent(AppState& s) {
 
 void selectType(AppState& s, int row) {
   const auto& types = fractalTypes();
+  QTX_ASSERT(row >= 0 && row < int(types.size()), "pass a row of fractalTypes()");
   if (row < 0 || row >= int(types.size())) return;
   applyGenerated(s, s.params.seed, types[size_t(row)].key);
 }

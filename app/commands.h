@@ -80,8 +80,8 @@ void photoFlow(AppState& s, int w, int h, int samples);
 // the same messages; false when cancelled or not written.
 bool photoTo(AppState& s, const std::string& path, int w, int h, int samples);
 // The photo without its dialog: false when cancelled (Esc or the window's
-// close); true otherwise, with `problem` set when the file was not written.
-bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem);
+// close); true otherwise, with `error` set when the file was not written.
+bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& error);
 
 // "Снять видео…" (the Render tab): a save dialog, then the film drawn from
 // the last recorded path, else from the dive planned from the current view,

@@ -188,17 +188,17 @@ bool photoProgress(AppState& s, double fraction, double secondsLeft, double& sho
 
 // A photo is a poster: rendered a tile at a time and streamed into the file,
 // so any size fits in memory.
-bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& problem) {
+bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples, std::string& error) {
   s.photoRunning = true;
   showPhotoProgress(s, "Рендер 0% · Esc — отмена");
   double shownAt = platform::now();
   bool done = writePoster(s, path, w, h, samples, PosterPart{},
                           [&s, &shownAt](double f, double left) { return photoProgress(s, f, left, shownAt); },
-                          problem);
+                          error);
   s.photoRunning = false;
   platform::setTitle(s.window, kAppTitle);
-  // A failure to write still counts as an end of the render: the caller shows the problem.
-  return done || !problem.empty();
+  // A failure to write still counts as an end of the render: the caller shows the error.
+  return done || !error.empty();
 }
 
 void photoFlow(AppState& s, int w, int h, int samples) {
@@ -218,11 +218,11 @@ bool photoTo(AppState& s, const std::string& typed, int w, int h, int samples) {
   std::string extension = std::filesystem::path(path).extension().string();
   for (char& c : extension) c = char(std::tolower(static_cast<unsigned char>(c)));
   if (extension != ".png") path += ".png";
-  std::string problem;
-  if (!writePhoto(s, path, w, h, samples, problem)) showMessage(s, kMsgPhotoCancelled);
-  else if (!problem.empty()) showMessage(s, "Ошибка: " + problem);
+  std::string error;
+  if (!writePhoto(s, path, w, h, samples, error)) showMessage(s, kMsgPhotoCancelled);
+  else if (!error.empty()) showMessage(s, "Ошибка: " + error);
   else showMessage(s, "PNG сохранён: " + path + " " + std::to_string(w) + "×" + std::to_string(h));
-  return problem.empty();
+  return error.empty();
 }
 
 // [SECTION] Film

@@ -98,11 +98,11 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
     return true;
   }
   if (!o.assemble.empty()) {
-    std::string problem, summary;
-    if (assemblePoster(o.assemble, o.assembleParts, problem, summary)) {
+    std::string error, summary;
+    if (assemblePoster(o.assemble, o.assembleParts, error, summary)) {
       std::printf("%s\n", summary.c_str());
     } else {
-      std::fprintf(stderr, "Не удалось собрать постер: %s\n", problem.c_str());
+      std::fprintf(stderr, "Не удалось собрать постер: %s\n", error.c_str());
       status = 1;
     }
     return true;
@@ -312,10 +312,10 @@ void shotStep(AppState& s, Run& run, double now) {
   // last few-second mark.
   if (converged && run.lastProgress > 0)
     std::fprintf(stderr, "рендер 100%% (%d/%d сэмплов)\n", st.samples, st.targetSamples);
-  std::string problem;
-  bool written = run.thumbnail() ? writeThumbnail(s, o.thumbnail, problem) : takeShot(s, o.shot, converged, problem);
+  std::string error;
+  bool written = run.thumbnail() ? writeThumbnail(s, o.thumbnail, error) : takeShot(s, o.shot, converged, error);
   if (!written) {
-    std::fprintf(stderr, "%s\n", problem.c_str());
+    std::fprintf(stderr, "%s\n", error.c_str());
     run.exitStatus = 1;
   }
   // A fractal that did not build still leaves its image and report, but the
@@ -347,10 +347,10 @@ void takePoster(AppState& s, Run& run) {
     }
     return true;
   };
-  std::string problem;
-  bool ok = writePoster(s, o.shot, w, h, samples, part, progress, problem);
+  std::string error;
+  bool ok = writePoster(s, o.shot, w, h, samples, part, progress, error);
   if (!ok) {
-    std::fprintf(stderr, "%s\n", problem.empty() ? "постер не дорисован" : problem.c_str());
+    std::fprintf(stderr, "%s\n", error.empty() ? "постер не дорисован" : error.c_str());
     run.exitStatus = 1;
   }
   char extra[256];
