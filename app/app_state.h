@@ -1,4 +1,5 @@
-// The one application record and the state changes the shell makes to it:
+// The one application record (its run mode, interface context and random
+// engine among it) and the state changes the shell makes to it:
 // making a record current, history snapshots, and the command-line options.
 #pragma once
 
