@@ -21,6 +21,8 @@ FractalParams liveParams(const AppState& s) {
   return p;
 }
 
+std::mt19937 mutationDraws(AppState& s) { return std::mt19937(uint32_t(s.rng())); }
+
 void pushState(AppState& s) { pushHistory(s.history, presetText(liveParams(s), 0)); }
 
 bool makeCurrent(AppState& s, const FractalParams& p, std::string& error) {
@@ -41,7 +43,7 @@ void showMessage(AppState& s, const std::string& text) {
   s.toastText = text;
   s.toastUntil = platform::now() + 3.0;
   s.redraw = true;
-  if (s.unattended && !s.selfTest) std::fprintf(stderr, "%s\n", text.c_str());
+  if (messagesOnStderr(s.mode)) std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 int panelLeftEdge(const AppState& s, int clientWidth) {
@@ -51,6 +53,12 @@ int panelLeftEdge(const AppState& s, int clientWidth) {
 
 bool overPanel(const AppState& s, float x, int clientWidth) {
   return !s.uiHidden && x >= float(panelLeftEdge(s, clientWidth));
+}
+
+bool panelShown(const AppState& s) { return s.ui && !s.uiHidden && !isScreenSaver(s.mode); }
+
+double imageShift(const AppState& s, int clientWidth) {
+  return panelShown(s) ? 0.5 * (clientWidth - panelLeftEdge(s, clientWidth)) : 0;
 }
 
 std::string loadAndApply(AppState& s, const std::string& path) {
@@ -93,8 +101,6 @@ void applyLaunchOptions(AppState& s, const LaunchOptions& o) {
   }
   s.dive.on = false;
   s.live.on = false;
-  // The panel does not exist yet; its width joins here once it does.
-  s.uiOffset = 0;
   // The speed goes into the setting the dive reads (a launched run never
   // saves it); the shot stops the dive after its time or below its depth.
   if (o.dive > 0) {
@@ -132,12 +138,10 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.palettePhase = s.paletteAnim.phase;
   in.diveActive = s.dive.on;
   in.deepForced = s.deepForced;
-  in.shiftTarget = s.uiHidden ? 0 : s.uiOffset;
+  in.shiftTarget = imageShift(s, in.width);
   in.targetSamples = targetSampleCount(s);
-  // Nobody watches a shot's or a self-test's loop: its bands may be long and
-  // it composites only what is read back. A window merely launched with
-  // options has a user in front of it.
-  in.unattended = s.unattended && !s.screensaverMode;
+  // A window merely launched with options has a user in front of it.
+  in.unattended = nobodyWatches(s.mode);
   in.settings = &s.settings;
   return in;
 }

@@ -1,4 +1,5 @@
-// The one application record and the state changes the shell makes to it:
+// The one application record (its run mode, interface context and random
+// engine among it) and the state changes the shell makes to it:
 // making a record current, history snapshots, and the command-line options.
 #pragma once
 
@@ -8,14 +9,17 @@
 #include "io/settings.h"
 #include "model/history.h"
 #include "model/params.h"
+#include "model/random.h"
 #include "nav/camera.h"
 #include "nav/dive.h"
 #include "nav/live.h"
 #include "nav/picture.h"
 #include "render/renderer.h"
+#include "ui/ui_context.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
@@ -63,6 +67,25 @@ void clearFrameInput(InputState& in);
 
 inline constexpr double kPanelWidth = 372;  // logical pixels
 
+// How this run of the program goes; the questions the shell asks of it are
+// the functions below.
+enum class RunMode {
+  Interactive,        // a window with a user in front of it
+  ScreenSaver,        // the endless random dive in a window of its own; any key or click ends it
+  HostedScreenSaver,  // the same drawn into a host's window (xscreensaver), which owns the input
+  InputTest,          // --input-test: drives itself with posted input; its log is its only output
+  Film,               // --film: plans a dive and renders its frames
+  Shot,               // --shot, a thumbnail or a poster: renders, writes the files and stops
+};
+
+inline bool isScreenSaver(RunMode m) { return m == RunMode::ScreenSaver || m == RunMode::HostedScreenSaver; }
+// Nobody reads the window's messages, so they also go to stderr, where a log
+// keeps them (the self-test writes only its own log).
+inline bool messagesOnStderr(RunMode m) { return isScreenSaver(m) || m == RunMode::Film || m == RunMode::Shot; }
+// Nobody waits on the loop: its bands may be long and it composites only what
+// is read back. A screen saver is watched.
+inline bool nobodyWatches(RunMode m) { return m == RunMode::InputTest || m == RunMode::Film || m == RunMode::Shot; }
+
 struct AppState {
   FractalParams params;            // the current record
   Camera camera;
@@ -71,13 +94,12 @@ struct AppState {
   Renderer renderer;
   platform::Window* window = nullptr;
 
-  bool screensaverMode = false;
+  RunMode mode = RunMode::Interactive;
   bool launchedWithOptions = false;  // suppresses saving the settings
   bool deepForced = false;           // --deep
   int targetSamples = 0;             // 0 = the settings' sample count
   bool uiHidden = false;
   int activeTab = 0;
-  double uiOffset = 0;               // image shift target while the panel shows
   DiveState dive;
   LiveState live;
   FractalParams liveShown;           // while live: the morphed copy frameInputOf hands the renderer
@@ -90,7 +112,9 @@ struct AppState {
   } paletteAnim;
   int fitCountdown = 0;              // frames of fitting to the frame still allowed
   bool focusLocked = false;          // a pick leaves the focus distance alone
-  std::mt19937 rng{std::random_device{}()};  // mutation and crossbreeding
+  // Every draw the program makes (random seeds and types, mutation, the
+  // dive's turns); seeded once, or by a film's --random-seed.
+  RandomEngine rng{std::random_device{}()};
 
   bool cameraWasMoving = false;      // for the history step when motion ends
   double lastFrameTime = -1;
@@ -99,13 +123,11 @@ struct AppState {
 
   InputState input;
   PanelState panel;                // the side panel's widgets, sections and fields
+  std::unique_ptr<UiContext> ui;   // the interface's drawing layer, once initInterface built it
   bool helpShown = false;            // the help overlay (F1, "/")
   double dpiScale = 1;
-  bool unattended = false;           // shot, input test, screen saver: messages also go to stderr
-  bool selfTest = false;             // --input-test: its log is its only output
   bool redraw = false;               // something changed: draw the next frame at once
   bool quitRequested = false;        // the screen saver ends, or a photo's close asked to quit
-  bool saverInHost = false;          // the screen saver draws into a host's window (host owns input)
   bool photoRunning = false;         // a photo render holds the loop
   // Work a panel button asked for that must not run inside the interface's
   // frame (a photo redraws the window while it runs); done once the frame is drawn.
@@ -115,19 +137,29 @@ struct AppState {
 
 // The record with the live camera pose, as history and shots store it.
 FractalParams liveParams(const AppState& s);
+// Mutation and crossbreeding take 32 random bits at a time from an MT19937:
+// each gets a fresh one, seeded from the application's engine.
+std::mt19937 mutationDraws(AppState& s);
 // Snapshot of the live state into the undo history.
 void pushState(AppState& s);
 // Makes `p` the current record with its camera (snapped), pushes it into the
 // history and hands it to the renderer. False with `error` when the fractal's
 // program does not build; the record is current either way.
 bool makeCurrent(AppState& s, const FractalParams& p, std::string& error);
-// The message pill's text for 3 seconds; unattended runs also print it on
-// stderr, where a log keeps it.
+// The message pill's text for 3 seconds; where nobody reads the window it
+// also goes to stderr (messagesOnStderr).
 void showMessage(AppState& s, const std::string& text);
 // Left edge of the side panel in client pixels: the client width less the
 // panel's scaled width while the interface is shown, else the client width.
 int panelLeftEdge(const AppState& s, int clientWidth);
 bool overPanel(const AppState& s, float x, int clientWidth);
+// The side panel is drawn over the picture: the interface is built, not
+// hidden, and this is no screen saver.
+bool panelShown(const AppState& s);
+// The image shift, in client pixels, that keeps the fractal in the middle of
+// what the panel leaves free: half the panel's width while it shows, else 0.
+// It follows from the layout alone, so the renderer has it before the panel is drawn.
+double imageShift(const AppState& s, int clientWidth);
 // Opening or dropping a file: the record is applied only when the whole load
 // succeeded (current, camera snapped, history, recent seeds). Returns the
 // message to show: "Загружено: " and the seed, or why nothing changed.

@@ -20,7 +20,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -33,7 +32,7 @@ void applyRecord(AppState& s, const FractalParams& p) {
 }
 
 void applyGenerated(AppState& s, const std::string& seed, const std::string& type) {
-  std::string name = seed.empty() ? randomSeedName() : seed;
+  std::string name = seed.empty() ? randomSeedName(s.rng) : seed;
   applyRecord(s, generateFromSeed(name, type, &s.params));
   addRecentSeed(s.history, s.params.seed, s.params.type);
   // A hybrid chain's size cannot be told in advance.
@@ -64,12 +63,13 @@ void applySeed(AppState& s, const std::string& seed) { applyGenerated(s, seed, s
 
 void randomSeed(AppState& s, bool randomType) {
   const auto& types = fractalTypes();
-  std::string type = randomType ? types[size_t(std::rand()) % types.size()].key : s.params.type;
-  applyGenerated(s, randomSeedName(), type);
+  std::string type = randomType ? types[size_t(s.rng()) % types.size()].key : s.params.type;
+  applyGenerated(s, randomSeedName(s.rng), type);
 }
 
 void mutateCurrent(AppState& s) {
-  applyRecord(s, mutate(liveParams(s), s.settings.mutation, s.rng));
+  std::mt19937 draws = mutationDraws(s);
+  applyRecord(s, mutate(liveParams(s), s.settings.mutation, draws));
   s.fitCountdown = kFitSteps;
 }
 

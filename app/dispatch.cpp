@@ -235,9 +235,9 @@ void dispatchEvent(AppState& s, const platform::InputEvent& e) {
   using platform::EventType;
   if (e.type == EventType::None) return;
   s.redraw = true;
-  if (s.screensaverMode) {
+  if (isScreenSaver(s.mode)) {
     // In a host's window the host watches the input and ends the run itself.
-    if (!s.saverInHost && endsScreensaver(s, e)) s.quitRequested = true;
+    if (s.mode != RunMode::HostedScreenSaver && endsScreensaver(s, e)) s.quitRequested = true;
     return;
   }
   switch (e.type) {

@@ -25,7 +25,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <random>
 
 namespace {
 
@@ -126,7 +125,8 @@ bool crossbreedWith(AppState& s, const std::string& typed) {
     showMessage(s, message);
     return false;
   }
-  FractalParams child = crossbreed(liveParams(s), other, s.rng);
+  std::mt19937 draws = mutationDraws(s);
+  FractalParams child = crossbreed(liveParams(s), other, draws);
   std::string ignored;
   makeCurrent(s, child, ignored);
   addRecentSeed(s.history, s.params.seed, s.params.type);
@@ -197,7 +197,7 @@ bool writePhoto(AppState& s, const std::string& path, int w, int h, int samples,
                           error);
   s.photoRunning = false;
   platform::setTitle(s.window, kAppTitle);
-  // A failure to write still counts as an end of the render: the caller shows the problem.
+  // A failure to write still counts as an end of the render: the caller shows the error.
   return done || !error.empty();
 }
 
@@ -218,11 +218,11 @@ bool photoTo(AppState& s, const std::string& typed, int w, int h, int samples) {
   std::string extension = std::filesystem::path(path).extension().string();
   for (char& c : extension) c = char(std::tolower(static_cast<unsigned char>(c)));
   if (extension != ".png") path += ".png";
-  std::string problem;
-  if (!writePhoto(s, path, w, h, samples, problem)) showMessage(s, kMsgPhotoCancelled);
-  else if (!problem.empty()) showMessage(s, "Ошибка: " + problem);
+  std::string error;
+  if (!writePhoto(s, path, w, h, samples, error)) showMessage(s, kMsgPhotoCancelled);
+  else if (!error.empty()) showMessage(s, "Ошибка: " + error);
   else showMessage(s, "PNG сохранён: " + path + " " + std::to_string(w) + "×" + std::to_string(h));
-  return problem.empty();
+  return error.empty();
 }
 
 // [SECTION] Film
@@ -316,7 +316,7 @@ bool filmTo(AppState& s, const std::string& typed, int w, int h, int fps, int sa
     // The dive from the view as it stands, on a seed of its own.
     if (!s.dive.on) setDive(s.dive, s.camera, s.params, true);
     const int frames = std::max(1, int(std::lround(seconds * fps)));
-    const uint32_t seed = std::random_device{}();
+    const uint32_t seed = uint32_t(s.rng());
     film = planDivePath(s, frames, fps, seed, [&](int done) {
       const std::string stage = "план погружения: кадр " + std::to_string(done) + " из " + std::to_string(frames);
       return going = filmProgress(s, stage, double(done) / frames, started, shownAt);

@@ -24,7 +24,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <random>
 
 namespace {
 
@@ -64,18 +63,14 @@ FilmPath planDivePath(AppState& s, int frames, int fps, uint32_t randomSeed,
   path.quality = s.settings;
   // The dive's turns come from its own generator; everything else it reads
   // is the picture, so the seed decides the path.
-  s.dive.rng.seed(randomSeed);
+  s.rng.seed(randomSeed);
   // Whole samples at the full preview size every step: the depths the dive
   // reads must not depend on how fast this machine traces.
   s.settings.adaptive = false;
   const double dt = 1.0 / fps;
   for (int k = 0; k < frames; ++k) {
     const double now = 1.0 + k * dt;  // the dive's clock starts above its "never retargeted" 0
-    if (s.dive.on) {
-      DiveContext ctx = diveContext(s, dt, now);
-      ctx.newSeed = [&s](bool) { return s.params.dist; };  // a film keeps its fractal
-      diveStep(s.dive, s.camera, ctx);
-    }
+    if (s.dive.on) stepDive(s, dt, now, true);
     const bool moving = cameraUpdate(s.camera, dt);
     if (s.live.on) liveAdvance(s.live, dt);
     path.frames.push_back(frameOfCamera(s.camera, s.live.on ? s.live.clock : -1));
@@ -350,9 +345,9 @@ int encodeFolder(FilmRun& run) {
   return run.cancelled ? 1 : 0;
 }
 
-uint32_t drawnSeed(const LaunchOptions& o) {
+uint32_t drawnSeed(const LaunchOptions& o, AppState& s) {
   if (o.randomSeed >= 0) return uint32_t(o.randomSeed);
-  return std::random_device{}();
+  return uint32_t(s.rng());
 }
 
 // The path this film draws: loaded, or planned by the dive and saved beside the film.
@@ -367,7 +362,7 @@ bool obtainPath(FilmRun& run, FilmPath& p, std::string& source) {
     source = o.pathFile;
     return true;
   }
-  const uint32_t seed = drawnSeed(o);
+  const uint32_t seed = drawnSeed(o, run.s);
   std::fprintf(stderr, "план погружения: --random-seed %u\n", seed);
   const double seconds = o.duration > 0 ? o.duration : o.dive;
   const int fps = o.fps > 0 ? o.fps : kDefaultFps;

@@ -13,21 +13,23 @@
 #include <cstdio>
 #include <utility>
 
-DiveContext diveContext(AppState& s, double dt, double now) {
+void stepDive(AppState& s, double dt, double now, bool keepRecord) {
   DiveContext ctx;
   ctx.dt = dt;
   ctx.now = now;
   ctx.speed = s.settings.diveSpeed;
   ctx.deepAllowed = canUseDoublePrecision(s.params) && s.settings.deep != 1;
   ctx.sequence = s.renderer.sequence;
-  ctx.findDeepest = [&s](double maxDepth, double point[3]) {
-    return findDeepestPoint(pictureOf(s), depthReaderOf(s), maxDepth, point);
-  };
-  ctx.newSeed = [&s](bool randomType) {
-    randomSeed(s, randomType);
-    return s.params.dist;
-  };
-  return ctx;
+  const DiveWants want = diveStep(s.dive, s.camera, ctx, s.rng);
+  if (want.search) {
+    double point[3];
+    const bool found = findDeepestPoint(pictureOf(s), depthReaderOf(s), want.searchDepth, point);
+    diveAim(s.dive, s.camera, ctx, found ? point : nullptr);
+  }
+  if (want.newSeed) {
+    if (!keepRecord) randomSeed(s, want.randomType);
+    diveSurfaceAt(s.dive, s.params.dist);
+  }
 }
 
 FrameInput beginFrame(AppState& s) {
@@ -36,11 +38,11 @@ FrameInput beginFrame(AppState& s) {
   double dt = std::clamp(rawDt, 0.0001, 0.1);
   s.lastFrameTime = now;
   if (s.dive.on) {
-    diveStep(s.dive, s.camera, diveContext(s, dt, now));
+    stepDive(s, dt, now, false);
     using TurnBack = DiveState::TurnBack;
     // The screen saver shows no messages: it only dives.
     TurnBack why = std::exchange(s.dive.turnedBack, TurnBack::None);
-    switch (s.screensaverMode ? TurnBack::None : why) {
+    switch (isScreenSaver(s.mode) ? TurnBack::None : why) {
       case TurnBack::FloorFloat: showMessage(s, kMsgDiveFloorFloat); break;
       case TurnBack::FloorDouble: showMessage(s, kMsgDiveFloorDouble); break;
       case TurnBack::NoDeeperPoint: showMessage(s, kMsgDiveNoDeeper); break;
@@ -78,7 +80,7 @@ bool finishFrame(AppState& s, const FrameInput& in, bool more) {
   std::string message = takeShaderMessage(s.renderer);
   if (!message.empty()) {
     showMessage(s, message);
-    if (!s.unattended) std::fprintf(stderr, "%s\n", message.c_str());
+    if (s.mode == RunMode::Interactive) std::fprintf(stderr, "%s\n", message.c_str());
   }
   bool wanted = more || in.cameraMoving || s.fitCountdown > 0 || s.redraw;
   s.redraw = false;

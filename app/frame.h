@@ -5,10 +5,10 @@
 
 #include "app/app_state.h"
 
-// What the dive step reads of the application at this moment: its clock,
-// speed, precision, the deepest point of the picture, and a new seed after
-// surfacing.
-DiveContext diveContext(AppState& s, double dt, double now);
+// One dive step and what it asked for: the search over the picture, and a
+// new seed after surfacing (`keepRecord`: a film keeps its fractal and only
+// surfaces to its framing again).
+void stepDive(AppState& s, double dt, double now, bool keepRecord);
 // Everything before drawing; returns what the renderer is to draw.
 FrameInput beginFrame(AppState& s);
 // Everything after the renderer's frame (`more`: its own wish for another);

@@ -13,25 +13,19 @@
 
 #include <memory>
 
-namespace {
-
-std::unique_ptr<UiContext> g_ui;
-
-}  // namespace
-
 bool initInterface(AppState& s, std::string& error) {
   auto ui = std::make_unique<UiContext>();
   if (!initUi(*ui, s.dpiScale, error)) {
     destroyUi(*ui);
     return false;
   }
-  g_ui = std::move(ui);
+  s.ui = std::move(ui);
   return true;
 }
 
-void destroyInterface() {
-  if (g_ui) destroyUi(*g_ui);
-  g_ui.reset();
+void destroyInterface(AppState& s) {
+  if (s.ui) destroyUi(*s.ui);
+  s.ui.reset();
 }
 
 StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
@@ -60,8 +54,8 @@ StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
 }
 
 void drawInterface(AppState& s, int width, int height, uint32_t fbo) {
-  if (!g_ui || s.screensaverMode || width <= 0 || height <= 0) return;
-  UiContext& ui = *g_ui;
+  if (!s.ui || isScreenSaver(s.mode) || width <= 0 || height <= 0) return;
+  UiContext& ui = *s.ui;
   beginFrame(ui, width, height);
   drawPanel(s, ui, width, height);
   if (s.helpShown) drawHelp(ui, helpLines(), width, height, panelLeftEdge(s, width));

@@ -19,7 +19,7 @@ bool initInterface(AppState& s, std::string& error);
 // Draws the interface over the composited picture in `fbo`. Nothing in
 // screen-saver mode or before initInterface succeeded.
 void drawInterface(AppState& s, int width, int height, uint32_t fbo);
-void destroyInterface();
+void destroyInterface(AppState& s);
 // While a photo renders: the last picture, the interface and `text` in the
 // message pill, swapped to the screen at once.
 void showPhotoProgress(AppState& s, const std::string& text);

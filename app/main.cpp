@@ -31,7 +31,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 
 namespace {
@@ -94,11 +93,11 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
     return true;
   }
   if (!o.assemble.empty()) {
-    std::string problem, summary;
-    if (assemblePoster(o.assemble, o.assembleParts, problem, summary)) {
+    std::string error, summary;
+    if (assemblePoster(o.assemble, o.assembleParts, error, summary)) {
       std::printf("%s\n", summary.c_str());
     } else {
-      std::fprintf(stderr, "Не удалось собрать постер: %s\n", problem.c_str());
+      std::fprintf(stderr, "Не удалось собрать постер: %s\n", error.c_str());
       status = 1;
     }
     return true;
@@ -122,14 +121,22 @@ bool answerWithoutWindow(const LaunchOptions& o, int& status) {
 
 // [SECTION] Start-up
 
-// The screen-saver host's window: "-window-id ID", else the one a host such
-// as xscreensaver names in XSCREENSAVER_WINDOW; decimal or 0x-hex; 0 = none.
-// "-root" (xscreensaver's switch) without either means the desktop's root window.
+// The self-test wins over everything, a screen saver (even one asked for a
+// shot or a film) over the file it writes.
+RunMode runMode(const Run& run, bool saver) {
+  if (run.opts.inputTest) return RunMode::InputTest;
+  if (saver) return run.hostWindow != 0 ? RunMode::HostedScreenSaver : RunMode::ScreenSaver;
+  if (run.film()) return RunMode::Film;
+  if (run.shot()) return RunMode::Shot;
+  return RunMode::Interactive;
+}
+
+// The screen-saver host's window: "-window-id ID" (decimal or 0x-hex), else
+// the one a host such as xscreensaver names; 0 = none. "-root"
+// (xscreensaver's switch) without either means the desktop's root window.
 uint64_t hostWindowId(const LaunchOptions& o) {
   if (!o.shot.empty()) return 0;
-  const char* env = std::getenv("XSCREENSAVER_WINDOW");
-  std::string text = !o.windowId.empty() ? o.windowId : env ? env : "";
-  uint64_t id = std::strtoull(text.c_str(), nullptr, 0);
+  uint64_t id = !o.windowId.empty() ? std::strtoull(o.windowId.c_str(), nullptr, 0) : platform::screenSaverHostWindow();
   return id == 0 && o.root ? platform::rootWindow() : id;
 }
 
@@ -163,9 +170,8 @@ platform::Window* openWindow(const LaunchOptions& o, uint64_t hostWindow, bool p
 // The screen saver never shows the same thing twice: a random record, live,
 // diving, and a new seed of a random type after each surfacing.
 void startRandomDive(AppState& s) {
-  s.dive.rng.seed(uint32_t(std::time(nullptr)) ^ uint32_t(std::rand()));
   std::string ignored;
-  makeCurrent(s, randomDiveRecord(s.dive.rng), ignored);
+  makeCurrent(s, randomDiveRecord(s.rng), ignored);
   s.dive.newSeedAfterSurfacing = true;
   s.dive.randomType = true;
   s.live.on = true;
@@ -215,7 +221,7 @@ void loadStartingState(AppState& s, Run& run) {
   platform::drawableSize(s.window, w, h);
   if (run.shot() && w < 2 * (w - panelLeftEdge(s, w))) s.uiHidden = true;
   if (run.film()) s.uiHidden = true;
-  if (s.screensaverMode) startRandomDive(s);
+  if (isScreenSaver(s.mode)) startRandomDive(s);
 }
 
 // The first fractal's program. An unattended run goes on after a failure, so
@@ -252,7 +258,7 @@ void handleEvent(AppState& s, Run& run, const platform::InputEvent& e) {
     return;
   }
   // The screen saver's window takes no drops.
-  if (e.type == platform::EventType::DropFile && s.screensaverMode) return;
+  if (e.type == platform::EventType::DropFile && isScreenSaver(s.mode)) return;
   dispatchEvent(s, e);
   if (s.quitRequested) run.running = false;
   run.busy = true;
@@ -301,10 +307,10 @@ void shotStep(AppState& s, Run& run, double now) {
   // last few-second mark.
   if (converged && run.lastProgress > 0)
     std::fprintf(stderr, "рендер 100%% (%d/%d сэмплов)\n", st.samples, st.targetSamples);
-  std::string problem;
-  bool written = run.thumbnail() ? writeThumbnail(s, o.thumbnail, problem) : takeShot(s, o.shot, converged, problem);
+  std::string error;
+  bool written = run.thumbnail() ? writeThumbnail(s, o.thumbnail, error) : takeShot(s, o.shot, converged, error);
   if (!written) {
-    std::fprintf(stderr, "%s\n", problem.c_str());
+    std::fprintf(stderr, "%s\n", error.c_str());
     run.exitStatus = 1;
   }
   // A fractal that did not build still leaves its image and report, but the
@@ -336,10 +342,10 @@ void takePoster(AppState& s, Run& run) {
     }
     return true;
   };
-  std::string problem;
-  bool ok = writePoster(s, o.shot, w, h, samples, part, progress, problem);
+  std::string error;
+  bool ok = writePoster(s, o.shot, w, h, samples, part, progress, error);
   if (!ok) {
-    std::fprintf(stderr, "%s\n", problem.empty() ? "постер не дорисован" : problem.c_str());
+    std::fprintf(stderr, "%s\n", error.empty() ? "постер не дорисован" : error.c_str());
     run.exitStatus = 1;
   }
   char extra[256];
@@ -414,13 +420,11 @@ int runProgram(Run& run) {
   }
   auto s = std::make_unique<AppState>();
   s->window = window;
-  s->screensaverMode = run.opts.screensaver || run.hostWindow != 0;
+  const bool saver = run.opts.screensaver || run.hostWindow != 0;
   if (!platform::drawsIntoHost(window)) run.hostWindow = 0;  // it fell back to a window of its own
-  s->saverInHost = run.hostWindow != 0;
+  s->mode = runMode(run, saver);
   run.test.app = s.get();
   s->dpiScale = platform::dpiScale(window);
-  s->unattended = run.scripted() || s->screensaverMode;
-  s->selfTest = run.opts.inputTest;
   // A thumbnail is the file's alone: the user's settings neither shape it
   // nor get a folder made for them in the file manager's sandbox.
   std::string folder = run.thumbnail() ? std::string() : platform::settingsFolder();
@@ -449,25 +453,25 @@ int runProgram(Run& run) {
   }
   // The screen saver shows no interface, so it spends no time on the atlas;
   // nor does a thumbnail, which is the picture alone (no progress bar).
-  if (!s->screensaverMode && !run.thumbnail() && !initInterface(*s, error)) {
+  if (!isScreenSaver(s->mode) && !run.thumbnail() && !initInterface(*s, error)) {
     platform::messageBox(window, kAppTitle, error, true);
     destroyRenderer(s->renderer);
     platform::destroyWindow(window);
     return 1;
   }
   // After the slow start-up (shaders, atlas), so that its 3 seconds are seen.
-  if (!run.startMessage.empty() && !s->unattended) showMessage(*s, run.startMessage);
+  if (!run.startMessage.empty() && s->mode == RunMode::Interactive) showMessage(*s, run.startMessage);
   run.start = platform::now();
   // Without a dive a poster needs no frame at all, and so every process
   // that renders a part of it starts from the same renderer state.
   if (run.poster() && run.opts.dive <= 0) takePoster(*s, run);
   else runLoop(*s, run);
 
-  bool save = !s->unattended && !s->launchedWithOptions;
+  bool save = s->mode == RunMode::Interactive && !s->launchedWithOptions;
   if (save && !run.statePath.empty() &&
       !saveState(run.statePath, liveParams(*s), s->settings, s->history.recent, &error))
     std::fprintf(stderr, "%s\n", fileProblem("Не удалось сохранить настройки", run.statePath, error).c_str());
-  destroyInterface();
+  destroyInterface(*s);
   destroyRenderer(s->renderer);
   platform::destroyWindow(window);
   return run.exitStatus;
@@ -492,6 +496,5 @@ int main(int argc, char** argv) {
   int status = 0;
   if (answerWithoutWindow(run.opts, status)) return status;
   if (run.thumbnail()) prepareThumbnail(run.opts);
-  std::srand(unsigned(std::time(nullptr)));
   return runProgram(run);
 }

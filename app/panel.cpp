@@ -504,8 +504,7 @@ void drawPanel(AppState& s, UiContext& ui, int width, int height) {
   PanelState& ps = s.panel;
   WidgetState& w = ps.widgets;
   int left = panelLeftEdge(s, width);
-  s.uiOffset = s.uiHidden ? 0 : 0.5 * (width - left);
-  if (s.uiHidden || s.screensaverMode) {
+  if (s.uiHidden || isScreenSaver(s.mode)) {
     clearRegistry(w.registry);
     w.active.clear();
     w.focus.clear();

@@ -40,9 +40,9 @@ std::vector<FieldSlider> shapeSliders(const FractalParams& p);
 SliderSpec linkSpec(int formula);
 
 // Draws the panel for a `width` × `height` client and applies what the user
-// did. Sets s.input.uiWantsMouse and s.input.textFocus, keeps panelScroll
-// within the content, and sets the image shift that keeps the fractal in the
-// middle of the free area. Does nothing but release the mouse while hidden.
+// did. Sets s.input.uiWantsMouse and s.input.textFocus (only the drawn
+// widgets know what is under the cursor) and keeps panelScroll within the
+// content. Does nothing but release the mouse while hidden.
 void drawPanel(AppState& s, UiContext& ui, int width, int height);
 
 // The widgets drawn last frame (the self-test finds them here); empty while

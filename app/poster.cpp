@@ -48,12 +48,12 @@ struct PosterFile::Impl {
 PosterFile::~PosterFile() { delete impl_; }
 
 bool PosterFile::begin(const std::string& path, int width, int height, const std::string& presetText,
-                       const std::string& extraChunk, std::string& problem) {
+                       const std::string& extraChunk, std::string& error) {
   delete impl_;
   impl_ = new Impl;
   std::string reason;
   if (!canWriteFile(path, reason)) {
-    problem = fileProblem(kMsgCannotWrite, path, reason);
+    error = fileProblem(kMsgCannotWrite, path, reason);
     return false;
   }
   impl_->target = std::filesystem::u8path(path);
@@ -61,14 +61,14 @@ bool PosterFile::begin(const std::string& path, int width, int height, const std
   impl_->temp = std::filesystem::u8path(path + ".tmp");
   impl_->out.open(impl_->temp, std::ios::binary | std::ios::trunc);
   if (!impl_->out) {
-    problem = fileProblem(kMsgCannotWrite, path, "не удалось создать временный файл");
+    error = fileProblem(kMsgCannotWrite, path, "не удалось создать временный файл");
     return false;
   }
   impl_->chunks = (presetText.empty() ? std::string() : makePresetChunk(presetText)) + extraChunk;
   Impl* impl = impl_;
   impl_->png = platform::beginPngRows(width, height, [impl](const uint8_t* d, size_t n) { return impl->sink(d, n); });
   if (!impl_->png) {
-    problem = "не удалось закодировать PNG";
+    error = "не удалось закодировать PNG";
     return false;
   }
   return true;
@@ -78,24 +78,24 @@ bool PosterFile::rows(const uint8_t* rgbaTopDown, int count) {
   return impl_ && impl_->png && platform::writePngRows(impl_->png, rgbaTopDown, count);
 }
 
-bool PosterFile::finish(std::string& problem) {
+bool PosterFile::finish(std::string& error) {
   const std::string path = impl_ ? impl_->targetText : std::string();
   if (!impl_ || !impl_->png) {
-    problem = "не удалось закодировать PNG";
+    error = "не удалось закодировать PNG";
     return false;
   }
   bool encoded = platform::finishPngRows(impl_->png);
   impl_->png = nullptr;
   impl_->out.close();
   if (!encoded || impl_->sinkFailed || impl_->out.fail()) {
-    problem = impl_->sinkFailed || impl_->out.fail() ? fileProblem(kMsgCannotWrite, path, "нет места или ошибка записи")
+    error = impl_->sinkFailed || impl_->out.fail() ? fileProblem(kMsgCannotWrite, path, "нет места или ошибка записи")
                                                      : "не удалось закодировать PNG";
     return false;
   }
-  std::error_code error;
-  std::filesystem::rename(impl_->temp, impl_->target, error);
-  if (error) {
-    problem = fileProblem(kMsgCannotWrite, path, error.message());
+  std::error_code ec;
+  std::filesystem::rename(impl_->temp, impl_->target, ec);
+  if (ec) {
+    error = fileProblem(kMsgCannotWrite, path, ec.message());
     return false;
   }
   impl_->temp.clear();
@@ -105,10 +105,10 @@ bool PosterFile::finish(std::string& problem) {
 // [SECTION] Rendering
 
 bool writePoster(AppState& s, const std::string& path, int w, int h, int samples, const PosterPart& part,
-                 const std::function<bool(double fraction, double secondsLeft)>& progress, std::string& problem) {
-  problem.clear();
+                 const std::function<bool(double fraction, double secondsLeft)>& progress, std::string& error) {
+  error.clear();
   if (w < 1 || h < 1 || w > kPosterMaxSide || h > kPosterMaxSide || samples < 1) {
-    problem = "размер постера от 1×1 до 65535×65535";
+    error = "размер постера от 1×1 до 65535×65535";
     return false;
   }
   const std::string preset = presetText(liveParams(s), 0);
@@ -122,23 +122,23 @@ bool writePoster(AppState& s, const std::string& path, int w, int h, int samples
     first = p.firstRow, end = p.endRow;
     partChunk = makePosterPartChunk(p);
     if (first >= end) {
-      problem = "в части " + std::to_string(p.index) + "/" + std::to_string(p.count) + " нет ни одной строки";
+      error = "в части " + std::to_string(p.index) + "/" + std::to_string(p.count) + " нет ни одной строки";
       return false;
     }
   }
   PosterFile file;
-  if (!file.begin(path, w, end - first, preset, partChunk, problem)) return false;
+  if (!file.begin(path, w, end - first, preset, partChunk, error)) return false;
   FrameInput in = frameInputOf(s, platform::now(), false);
   bool written = true;
   bool done = renderPoster(s.renderer, w, h, samples, in, first, end,
                            [&](const uint8_t* rows, int count) { return written = file.rows(rows, count); },
                            progress);
   if (!written) {
-    file.finish(problem);
-    if (problem.empty()) problem = fileProblem(kMsgCannotWrite, path, "ошибка записи");
+    file.finish(error);
+    if (error.empty()) error = fileProblem(kMsgCannotWrite, path, "ошибка записи");
     return false;
   }
-  return done && file.finish(problem);
+  return done && file.finish(error);
 }
 
 // [SECTION] Assembly
@@ -194,11 +194,11 @@ bool readPartHead(const std::string& path, std::string& head, bool& complete, st
 
 }  // namespace
 
-bool assemblePoster(const std::string& out, const std::vector<std::string>& paths, std::string& problem,
+bool assemblePoster(const std::string& out, const std::vector<std::string>& paths, std::string& error,
                     std::string& summary) {
-  problem.clear();
+  error.clear();
   if (paths.empty()) {
-    problem = "не даны части постера";
+    error = "не даны части постера";
     return false;
   }
   std::vector<PartFile> parts;
@@ -207,20 +207,20 @@ bool assemblePoster(const std::string& out, const std::vector<std::string>& path
     std::string head, text, reason;
     bool complete = false;
     if (!readPartHead(path, head, complete, reason)) {
-      problem = "часть " + path + ": " + reason;
+      error = "часть " + path + ": " + reason;
       return false;
     }
     if (!findPosterPartInPng(head, text) || !readPosterPart(text, f.part)) {
-      problem = path + " — не часть постера (нет описания части)";
+      error = path + " — не часть постера (нет описания части)";
       return false;
     }
     if (!complete) {
-      problem = "часть " + partName(f.part) + " (" + path + ") обрывается: файл записан не до конца";
+      error = "часть " + partName(f.part) + " (" + path + ") обрывается: файл записан не до конца";
       return false;
     }
     if (findPresetInPng(head, f.preset) != PngPreset::Found ||
         crc32(reinterpret_cast<const uint8_t*>(f.preset.data()), f.preset.size()) != f.part.presetCrc) {
-      problem = "часть " + partName(f.part) + " (" + path + ") повреждена: пресет не совпадает со своей суммой";
+      error = "часть " + partName(f.part) + " (" + path + ") повреждена: пресет не совпадает со своей суммой";
       return false;
     }
     parts.push_back(std::move(f));
@@ -238,7 +238,7 @@ bool assemblePoster(const std::string& out, const std::vector<std::string>& path
       what = "сэмплов " + std::to_string(p.samples) + ", а не " + std::to_string(ref.samples);
     else if (p.presetCrc != ref.presetCrc || f.preset != parts[0].preset) what = "другой пресет";
     if (!what.empty()) {
-      problem = "часть " + partName(p) + " (" + f.path + ") от другого постера: " + what + " (как в " +
+      error = "часть " + partName(p) + " (" + f.path + ") от другого постера: " + what + " (как в " +
                 parts[0].path + ")";
       return false;
     }
@@ -247,7 +247,7 @@ bool assemblePoster(const std::string& out, const std::vector<std::string>& path
   for (const PartFile& f : parts) {
     auto [at, fresh] = byIndex.emplace(f.part.index, &f);
     if (!fresh) {
-      problem = "часть " + partName(f.part) + " дана дважды: " + at->second->path + " и " + f.path;
+      error = "часть " + partName(f.part) + " дана дважды: " + at->second->path + " и " + f.path;
       return false;
     }
   }
@@ -256,13 +256,13 @@ bool assemblePoster(const std::string& out, const std::vector<std::string>& path
     int first = 0, end = 0;
     posterPartRows(ref.height, k, ref.count, first, end);
     if (first == end) continue;  // more parts than rows: this one holds nothing
-    problem = "не хватает части " + std::to_string(k) + "/" + std::to_string(ref.count) + " (строки " +
+    error = "не хватает части " + std::to_string(k) + "/" + std::to_string(ref.count) + " (строки " +
               std::to_string(first) + "–" + std::to_string(end) + ")";
     return false;
   }
 
   PosterFile file;
-  if (!file.begin(out, ref.width, ref.height, parts[0].preset, "", problem)) return false;
+  if (!file.begin(out, ref.width, ref.height, parts[0].preset, "", error)) return false;
   const int band = 64;
   std::vector<uint8_t> rows(size_t(ref.width) * band * 4);
   for (const auto& [index, f] : byIndex) {
@@ -278,11 +278,11 @@ bool assemblePoster(const std::string& out, const std::vector<std::string>& path
     }
     platform::closePngRows(reader);
     if (!ok) {
-      problem = "часть " + partName(f->part) + " (" + f->path + "): " + (reason.empty() ? "ошибка записи" : reason);
+      error = "часть " + partName(f->part) + " (" + f->path + "): " + (reason.empty() ? "ошибка записи" : reason);
       return false;  // the file's temporary copy goes with it; `out` is untouched
     }
   }
-  if (!file.finish(problem)) return false;
+  if (!file.finish(error)) return false;
   summary = "собрано: " + out + " " + std::to_string(ref.width) + "×" + std::to_string(ref.height) + " из " +
             std::to_string(byIndex.size()) + " частей";
   return true;

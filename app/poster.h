@@ -24,9 +24,9 @@ class PosterFile {
   PosterFile& operator=(const PosterFile&) = delete;
   ~PosterFile();
   bool begin(const std::string& path, int width, int height, const std::string& presetText,
-             const std::string& extraChunk, std::string& problem);
+             const std::string& extraChunk, std::string& error);
   bool rows(const uint8_t* rgbaTopDown, int count);
-  bool finish(std::string& problem);
+  bool finish(std::string& error);
 
  private:
   struct Impl;
@@ -34,15 +34,15 @@ class PosterFile {
 };
 
 // Renders the poster (or part `part` of it when part.count > 0) of the
-// current view into `path`. False when cancelled or failed; `problem` is
+// current view into `path`. False when cancelled or failed; `error` is
 // empty for a cancel. `progress` as for the photo.
 bool writePoster(AppState& s, const std::string& path, int w, int h, int samples, const PosterPart& part,
-                 const std::function<bool(double fraction, double secondsLeft)>& progress, std::string& problem);
+                 const std::function<bool(double fraction, double secondsLeft)>& progress, std::string& error);
 
 // Checks that `parts` are the parts of one poster, each once and none
 // missing, then streams them into `out`. On any refusal nothing is written
-// and `problem` names the part. `summary` says what was made.
-bool assemblePoster(const std::string& out, const std::vector<std::string>& parts, std::string& problem,
+// and `error` names the part. `summary` says what was made.
+bool assemblePoster(const std::string& out, const std::vector<std::string>& parts, std::string& error,
                     std::string& summary);
 
 // The process's peak resident memory in MiB, as the report states it.

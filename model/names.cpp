@@ -21,7 +21,18 @@ constexpr const char* kOffspringMark = "\xC3\x97";  // U+00D7 MULTIPLICATION SIG
 constexpr size_t kStemBytes = 32;
 constexpr size_t kOffspringBytes = 48;
 
+std::string nameOfDraws(const uint32_t e[4]) {
+  return std::string(kAdjectives[e[3] % 20]) + "_" + kNouns[e[2] % 20] + "_" + kGreek[e[1] % 10] +
+         std::to_string(e[0] % 100);
+}
+
 }  // namespace
+
+std::string randomSeedName(RandomEngine& rng) {
+  uint32_t e[4];
+  for (uint32_t& v : e) v = uint32_t(rng());
+  return nameOfDraws(e);
+}
 
 std::string randomSeedName() {
   // Seeded once, on first use, for the whole run (a function-local static is
@@ -37,8 +48,7 @@ std::string randomSeedName() {
     std::lock_guard<std::mutex> lock(drawing);
     for (uint32_t& v : e) v = engine();
   }
-  return std::string(kAdjectives[e[3] % 20]) + "_" + kNouns[e[2] % 20] + "_" + kGreek[e[1] % 10] +
-         std::to_string(e[0] % 100);
+  return nameOfDraws(e);
 }
 
 std::string seedStem(const std::string& seed) {

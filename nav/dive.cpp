@@ -10,8 +10,8 @@
 
 namespace {
 
-// Returns whether the step ends here: still rising, or a new seed was drawn.
-bool surface(DiveState& d, Camera& c, const DiveContext& ctx) {
+// Returns whether the step ends here: still rising, or a new seed is wanted.
+bool surface(DiveState& d, Camera& c, const DiveContext& ctx, RandomEngine& rng, DiveWants& want) {
   c.goalLogDist += 1.4 * ctx.dt;
   c.goalYaw += 12 * ctx.dt;
   if (c.goalLogDist < d.surfaceLogDist) return true;
@@ -19,33 +19,19 @@ bool surface(DiveState& d, Camera& c, const DiveContext& ctx) {
   c.goalLogDist = d.surfaceLogDist;
   d.descending = true;
   d.failedRetargets = 0;
-  if (d.newSeedAfterSurfacing && ctx.newSeed) {
-    d.surfaceLogDist = std::log(std::max(ctx.newSeed(d.randomType), kMinCameraDist));
+  if (d.newSeedAfterSurfacing) {
+    want.newSeed = true;
+    want.randomType = d.randomType;
     return true;
   }
   // A fresh approach from another side: 40–139° further round, 15° below to 44° above.
   c.goalTarget[0] = c.goalTarget[1] = c.goalTarget[2] = 0;
-  c.goalYaw += double(d.rng() % 100) + 40;
-  c.goalPitch = double(d.rng() % 60) - 15;
+  c.goalYaw += double(rng() % 100) + 40;
+  c.goalPitch = double(rng() % 60) - 15;
   return false;
 }
 
-void retarget(DiveState& d, Camera& c, const DiveContext& ctx) {
-  if (ctx.now - d.lastRetargetTime <= kRetargetInterval || ctx.sequence == 0) return;
-  d.lastRetargetTime = ctx.now;
-  double point[3];
-  const bool found = ctx.findDeepest && ctx.findDeepest(std::exp(c.goalLogDist), point);
-  const CameraPose pose = cameraPose(c);
-  if (found && centreOn(c, pose.eye, point))
-    d.failedRetargets = 0;
-  else
-    ++d.failedRetargets;
-}
-
-void descend(DiveState& d, Camera& c, const DiveContext& ctx) {
-  c.goalLogDist -= ctx.speed * ctx.dt;
-  c.goalYaw += 2.5 * ctx.dt;
-  retarget(d, c, ctx);
+void turnBackIfDone(DiveState& d, const Camera& c, const DiveContext& ctx) {
   const double floor = ctx.deepAllowed ? kDiveFloorDouble : kDiveFloorFloat;
   if (std::exp(c.goalLogDist) < floor) {
     d.descending = false;
@@ -54,6 +40,20 @@ void descend(DiveState& d, Camera& c, const DiveContext& ctx) {
     d.descending = false;
     d.turnedBack = DiveState::TurnBack::NoDeeperPoint;
   }
+}
+
+// A search is due at most every kRetargetInterval, once something is traced;
+// the step then ends in diveAim, after the caller's search.
+void descend(DiveState& d, Camera& c, const DiveContext& ctx, DiveWants& want) {
+  c.goalLogDist -= ctx.speed * ctx.dt;
+  c.goalYaw += 2.5 * ctx.dt;
+  if (ctx.now - d.lastRetargetTime > kRetargetInterval && ctx.sequence != 0) {
+    d.lastRetargetTime = ctx.now;
+    want.search = true;
+    want.searchDepth = std::exp(c.goalLogDist);
+    return;
+  }
+  turnBackIfDone(d, c, ctx);
 }
 
 // The best texel of the search box, or false when none hit.
@@ -84,11 +84,26 @@ void setFlight(Camera& c, DiveState& d, bool on) {
   setFlying(c, on);
 }
 
-void diveStep(DiveState& d, Camera& c, const DiveContext& ctx) {
-  if (!d.on) return;
+DiveWants diveStep(DiveState& d, Camera& c, const DiveContext& ctx, RandomEngine& rng) {
+  DiveWants want;
+  if (!d.on) return want;
   // A fresh approach from another side starts sinking in the same step.
-  if (!d.descending && surface(d, c, ctx)) return;
-  descend(d, c, ctx);
+  if (!d.descending && surface(d, c, ctx, rng, want)) return want;
+  descend(d, c, ctx, want);
+  return want;
+}
+
+void diveAim(DiveState& d, Camera& c, const DiveContext& ctx, const double* point) {
+  const CameraPose pose = cameraPose(c);
+  if (point && centreOn(c, pose.eye, point))
+    d.failedRetargets = 0;
+  else
+    ++d.failedRetargets;
+  turnBackIfDone(d, c, ctx);
+}
+
+void diveSurfaceAt(DiveState& d, double recordDist) {
+  d.surfaceLogDist = std::log(std::max(recordDist, kMinCameraDist));
 }
 
 bool findDeepestPoint(const PictureFrame& f, const DepthReader& read, double maxDepth,
@@ -119,8 +134,8 @@ bool findDeepestPoint(const PictureFrame& f, const DepthReader& read, double max
   return true;
 }
 
-FractalParams randomDiveRecord(std::minstd_rand& rng) {
+FractalParams randomDiveRecord(RandomEngine& rng) {
   const size_t rows = std::min<size_t>(10, fractalTypes().size());
   const std::string type = fractalTypes()[rng() % rows].key;
-  return generateFromSeed(randomSeedName(), type);
+  return generateFromSeed(randomSeedName(rng), type);
 }

@@ -5,12 +5,11 @@
 #pragma once
 
 #include "model/params.h"
+#include "model/random.h"
 #include "nav/camera.h"
 #include "nav/picture.h"
 
 #include <cstdint>
-#include <functional>
-#include <random>
 
 inline constexpr const char* kMsgDive =
     "Погружение: камера сама ныряет вглубь. Движение мышью — перехват управления";
@@ -37,9 +36,6 @@ struct DiveState {
   // Why the last descent turned back, for the caller to say once (then it
   // clears it): the precision floor or no deeper point in view.
   enum class TurnBack { None, FloorFloat, FloorDouble, NoDeeperPoint } turnedBack = TurnBack::None;
-  // Turns and climbs of a fresh approach, and the random dive's type: seeded
-  // anew each run, so a screen saver never starts the same way twice.
-  std::minstd_rand rng{std::random_device{}()};
 };
 
 // On: flight off, descending, counters cleared, surfacing to the framing of
@@ -49,21 +45,36 @@ void setDive(DiveState& d, Camera& c, const FractalParams& current, bool on);
 // the held keys. The caller shows kMsgFlightHint when switching on.
 void setFlight(Camera& c, DiveState& d, bool on);
 
-// What one dive step needs from the rest of the program.
+// What one dive step reads of the moment.
 struct DiveContext {
   double dt = 0, now = 0;          // seconds
   double speed = 0.35;             // log-distance per second (the diveSpeed setting)
   bool deepAllowed = false;        // the record may use fp64 and the setting is not "never"
   uint32_t sequence = 0;           // renderer's samples traced since start
-  // The deepest point no farther than maxDepth (findDeepestPoint over the picture).
-  std::function<bool(double maxDepth, double point[3])> findDeepest;
-  // Draws a new seed as R does (random type when asked) and makes it current;
-  // returns the new record's camera distance.
-  std::function<double(bool randomType)> newSeed;
 };
 
-// One frame of the dive, before the camera update.
-void diveStep(DiveState& d, Camera& c, const DiveContext& ctx);
+// What a step leaves to its caller, who owns the picture and the record.
+struct DiveWants {
+  // A re-aim is due: findDeepestPoint no farther than searchDepth over the
+  // picture, then diveAim with what it found.
+  bool search = false;
+  double searchDepth = 0;
+  // Surfaced with "Новый сид после всплытия": a new seed made current as R
+  // does (of a random type when randomType), then diveSurfaceAt its distance.
+  bool newSeed = false;
+  bool randomType = false;
+};
+
+// One frame of the dive, before the camera update. A fresh approach after
+// surfacing draws its turn and climb from `rng`.
+DiveWants diveStep(DiveState& d, Camera& c, const DiveContext& ctx, RandomEngine& rng);
+// The end of a step that asked for a search: re-aims at `point` (null when
+// nothing was found), then turns back at the precision floor or after too
+// many failed searches.
+void diveAim(DiveState& d, Camera& c, const DiveContext& ctx, const double* point);
+// The end of a step that asked for a new seed: the next surfacing ends at
+// the new record's camera distance.
+void diveSurfaceAt(DiveState& d, double recordDist);
 
 // The search box round the centre of the free part of the picture, deep texels
 // winning and texels near the centre preferred; the nearest hit when nothing
@@ -73,4 +84,4 @@ bool findDeepestPoint(const PictureFrame& f, const DepthReader& read, double max
 
 // The record a random dive starts from: one of the first ten types, a random
 // seed name, generated without a base.
-FractalParams randomDiveRecord(std::minstd_rand& rng);
+FractalParams randomDiveRecord(RandomEngine& rng);

@@ -16,8 +16,6 @@ inline constexpr float kNoHit = 10000;        // the depth of a ray that hit not
 inline constexpr float kHitLimit = 9000;      // depths at or above this count as misses
 
 inline constexpr const char* kMsgPickMiss = "Там пустота — кликните по фракталу";
-inline constexpr const char* kMsgCentreEmpty =
-    "В центре пусто — наведите курсор на фрактал или дважды кликните по нему";
 
 // The view the picture in the accumulation was traced with.
 struct PictureFrame {

@@ -51,6 +51,9 @@ bool drawsIntoHost(const Window* w);
 // The desktop's root window as a host window id, for a screen saver started
 // with xscreensaver's "-root" outside xscreensaver; 0 where there is none.
 uint64_t rootWindow();
+// The window a screen-saver host names for its hack to draw into
+// (xscreensaver's XSCREENSAVER_WINDOW, decimal or 0x-hex); 0 when it names none.
+uint64_t screenSaverHostWindow();
 // The window class (X11) and app id (Wayland): the desktop entry's name.
 inline constexpr const char* kWindowClass = "quorvantelix3d";
 // Address of a GL entry point (core and extension), nullptr when absent.

@@ -291,6 +291,11 @@ bool isHeadless(const Window* w) { return !w || w->headless; }
 
 bool drawsIntoHost(const Window* w) { return w && w->host; }
 
+uint64_t screenSaverHostWindow() {
+  const char* env = std::getenv("XSCREENSAVER_WINDOW");
+  return env ? std::strtoull(env, nullptr, 0) : 0;
+}
+
 uint64_t rootWindow() {
 #if defined(SDL_VIDEO_DRIVER_X11)
   if (!displayAvailable()) return 0;

@@ -261,6 +261,9 @@ bool drawsIntoHost(const Window*) { return false; }
 
 uint64_t rootWindow() { return 0; }
 
+// Windows hosts ask for a preview with "/p" instead, which the program declines.
+uint64_t screenSaverHostWindow() { return 0; }
+
 void* glProcAddress(const char* name) {
   // wglGetProcAddress knows only what lies beyond GL 1.1 (and answers some
   // failures with small non-null values); opengl32 exports the rest.

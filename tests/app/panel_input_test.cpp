@@ -64,7 +64,7 @@ class PanelInput : public ::testing::Test {
   }
   void TearDown() override {
     if (!s) return;
-    destroyInterface();
+    destroyInterface(*s);
     destroyRenderer(s->renderer);
   }
 
@@ -242,16 +242,38 @@ TEST_F(PanelInput, FitToTheFrameRunsWhileTheCameraAutoRotates) {
   EXPECT_GT(s->camera.goalYaw, yaw);
 }
 
+// The renderer learns the shift from the layout before anything is drawn, so
+// the very first frame is traced where the fractal belongs, and hiding or
+// showing the panel moves the picture in the same frame.
+TEST_F(PanelInput, TheImageShiftIsKnownBeforeThePanelIsDrawn) {
+  s->uiHidden = false;
+  FrameInput in = frameInputOf(*s, platform::now(), false);
+  EXPECT_NEAR(in.shiftTarget, kPanelWidth / 2, 0.5);
+  s->uiHidden = true;
+  EXPECT_EQ(frameInputOf(*s, platform::now(), false).shiftTarget, 0);
+  s->uiHidden = false;
+  s->mode = RunMode::ScreenSaver;  // draws no interface
+  EXPECT_EQ(frameInputOf(*s, platform::now(), false).shiftTarget, 0);
+  s->mode = RunMode::Interactive;
+  destroyInterface(*s);  // nor does a run without one (a thumbnail, a film)
+  EXPECT_EQ(frameInputOf(*s, platform::now(), false).shiftTarget, 0);
+}
+
 // Keys the program has no binding for still count as input for the screen
-// saver (the backends pass them on as key code 0) and do nothing elsewhere.
+// saver (the backends pass them on as key code 0) and do nothing elsewhere;
+// in a host's window the host decides when it ends.
 TEST(ScreenSaverInput, AnyKeyEndsItAndAnUnboundKeyIsHarmlessOtherwise) {
   AppState s;
-  s.screensaverMode = true;
+  s.mode = RunMode::ScreenSaver;
   InputEvent e;
   e.type = EventType::KeyDown;
   e.key = platform::kKeyUnknown;
   dispatchEvent(s, e);
   EXPECT_TRUE(s.quitRequested);
+  AppState hosted;
+  hosted.mode = RunMode::HostedScreenSaver;
+  dispatchEvent(hosted, e);
+  EXPECT_FALSE(hosted.quitRequested);
 
   AppState normal;
   normal.params.seed = "classic";

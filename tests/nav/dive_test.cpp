@@ -13,12 +13,15 @@
 
 namespace {
 
+// The dive with a stand-in caller: the search finds `point` when findsPoint,
+// and a new seed's record sits at distance 2.5.
 struct DiveRun {
   DiveState dive;
   Camera camera;
   FractalParams record;
   DiveContext ctx;
-  std::vector<double> searches;    // times findDeepest was asked
+  RandomEngine rng{5};
+  std::vector<double> searches;    // times a search was asked for
   bool findsPoint = false;
   double point[3] = {0.1, 0.2, 0.3};
   int newSeeds = 0;
@@ -29,18 +32,23 @@ struct DiveRun {
     setDive(dive, camera, record, true);
     ctx.dt = 1.0 / 50;
     ctx.sequence = 1;
-    ctx.findDeepest = [this](double, double p[3]) {
+  }
+  void step() {
+    const DiveWants want = diveStep(dive, camera, ctx, rng);
+    if (want.search) {
       searches.push_back(ctx.now);
-      for (int i = 0; i < 3; ++i) p[i] = point[i];
-      return findsPoint;
-    };
-    ctx.newSeed = [this](bool) { ++newSeeds; return 2.5; };
+      diveAim(dive, camera, ctx, findsPoint ? point : nullptr);
+    }
+    if (want.newSeed) {
+      ++newSeeds;
+      diveSurfaceAt(dive, 2.5);
+    }
   }
   // Frames until the dive turns to surfacing, at most `limit` seconds.
   void framesUntilSurfacing(double limit) {
     while (dive.descending && ctx.now < limit) {
       ctx.now += ctx.dt;
-      diveStep(dive, camera, ctx);
+      step();
     }
   }
 };
@@ -67,7 +75,7 @@ TEST(Dive, SwitchingOnAndTheExclusionWithFlight) {
 TEST(Dive, RetargetsAtMostEveryPointNineSecondsAndSevenFailuresSurface) {
   DiveRun run;
   run.ctx.sequence = 0;  // nothing traced yet: no search
-  for (int i = 0; i < 100; ++i) run.ctx.now += run.ctx.dt, diveStep(run.dive, run.camera, run.ctx);
+  for (int i = 0; i < 100; ++i) run.ctx.now += run.ctx.dt, run.step();
   EXPECT_TRUE(run.searches.empty());
   EXPECT_NEAR(run.camera.goalLogDist, std::log(3.4) - 0.35 * 2, 1e-9);
   EXPECT_NEAR(run.camera.goalYaw, 35 + 2.5 * 2, 1e-9);
@@ -113,7 +121,7 @@ TEST(Dive, SurfacingEndsExactlyAtTheSeedsFraming) {
   const double surface = run.dive.surfaceLogDist;
   for (int cycle = 0; cycle < 3; ++cycle) {
     run.dive.descending = false;
-    while (!run.dive.descending) diveStep(run.dive, run.camera, run.ctx);
+    while (!run.dive.descending) run.step();
     // A fresh approach starts sinking in the same step, from the surface.
     EXPECT_EQ(run.camera.goalLogDist, surface - 0.35 * 0.1) << "cycle " << cycle;
     EXPECT_EQ(run.camera.goalTarget[0], 0);
@@ -124,7 +132,7 @@ TEST(Dive, SurfacingEndsExactlyAtTheSeedsFraming) {
   // record's own framing.
   run.dive.newSeedAfterSurfacing = true;
   run.dive.descending = false;
-  while (!run.dive.descending) diveStep(run.dive, run.camera, run.ctx);
+  while (!run.dive.descending) run.step();
   EXPECT_EQ(run.camera.goalLogDist, surface);
   EXPECT_EQ(run.newSeeds, 1);
   EXPECT_EQ(run.dive.surfaceLogDist, std::log(2.5));
@@ -172,7 +180,7 @@ TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
   DiveRun run;
   auto step = [&] {
     run.ctx.now += run.ctx.dt;
-    diveStep(run.dive, run.camera, run.ctx);
+    run.step();
   };
   const double surface = run.dive.surfaceLogDist;
   run.findsPoint = true;
