@@ -7,6 +7,7 @@
 //   [SECTION] Queries and readback
 #include "render/renderer.h"
 
+#include "model/depth_codes.h"
 #include "model/tables.h"
 #include "render/frame_math.h"
 #include "render/gl.h"
@@ -23,7 +24,7 @@
 
 namespace {
 
-uint32_t buildPostProgram(Renderer& r, const char* fragment) {
+Program buildPostProgram(Renderer& r, const char* fragment) {
   return linkProgram(r.errorText, fullscreenVertexSource(), swapGlslVersion(fragment));
 }
 
@@ -53,9 +54,9 @@ bool initRenderer(Renderer& r, GlLoader loader, std::string& error) {
   }
   gl.GenVertexArrays(1, &r.vao);
   createPaletteTexture(r);
-  r.brightPass.id = buildPostProgram(r, shader_src::brightPass);
-  r.blur.id = buildPostProgram(r, shader_src::blur);
-  r.composite.id = buildPostProgram(r, shader_src::composite);
+  r.brightPass = buildPostProgram(r, shader_src::brightPass);
+  r.blur = buildPostProgram(r, shader_src::blur);
+  r.composite = buildPostProgram(r, shader_src::composite);
   if (!r.brightPass.id || !r.blur.id || !r.composite.id) {
     error = "Не удалось собрать шейдеры постобработки:\n" + r.errorText;
     return false;
@@ -70,7 +71,7 @@ void destroyRenderer(Renderer& r) {
   if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
   for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);
   for (auto& [key, prog] : r.programs)
-    if (prog) gl.DeleteProgram(prog);
+    if (prog.id) gl.DeleteProgram(prog.id);
   for (Program* p : {&r.brightPass, &r.blur, &r.composite})
     if (p->id) gl.DeleteProgram(p->id);
   if (r.palette.id) gl.DeleteTextures(1, &r.palette.id);
@@ -138,7 +139,7 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
-  if (fractalProgram(r, p.type, "trace")) return true;
+  if (fractalProgram(r, p.type, Pass::Trace).id) return true;
   error = "Не удалось скомпилировать шейдер фрактала:\n" + r.errorText;
   return false;
 }
@@ -223,7 +224,7 @@ PacePlan stepPacing(Renderer& r, const FrameInput& in, bool moving, double dt) {
 }
 
 float readAccumDepth(Renderer& r, int x, int y) {
-  float px[4] = {0, 0, 0, 10000};
+  float px[4] = {0, 0, 0, kNoHit};
   gl.BindFramebuffer(GL_READ_FRAMEBUFFER, r.accumA.fbo.id);
   gl.ReadBuffer(GL_COLOR_ATTACHMENT0);
   gl.ReadPixels(x, y, 1, 1, GL_RGBA, GL_FLOAT, px);
@@ -261,7 +262,7 @@ void completeSample(Renderer& r, const FrameInput& in, bool moving) {
   ++r.sequence;
   if (in.params->autoFocus && !moving) {
     const float d = readAccumDepth(r, r.renderWidth / 2, r.renderHeight / 2);
-    r.focusDepth = d < 9000 ? d : 0;
+    r.focusDepth = d < kHitLimit ? d : 0;
   }
   // Timed on the clock, not the frame's time: a sample traced within one
   // frame has a duration of its own.
@@ -334,7 +335,7 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   const bool pictureFinal = r.samples >= r.targetSamples && !moving;
   if (wantsPost(in.unattended, pictureFinal, r.lastPostTime < 0 ? 1e9 : in.now - r.lastPostTime)) {
     const double postStart = secondsNow();
-    postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
+    postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, Framebuffer{in.windowFbo}, in.width,
              in.height);
     r.lastPostTime = in.now;
     if (tracing && !in.unattended) {
@@ -370,7 +371,7 @@ std::string takeShaderMessage(Renderer& r) {
 }
 
 float depthAt(Renderer& r, double fx, double fy) {
-  if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return 10000;
+  if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return kNoHit;
   // The only conversion from the shell's top-left origin to GL's bottom-left rows.
   const int x = std::clamp(int(fx * r.renderWidth), 0, r.renderWidth - 1);
   const int y = std::clamp(int((1 - fy) * r.renderHeight), 0, r.renderHeight - 1);
@@ -378,7 +379,7 @@ float depthAt(Renderer& r, double fx, double fy) {
 }
 
 bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>& out) {
-  out.assign(size_t(std::max(w, 0)) * size_t(std::max(h, 0)), 10000.0f);
+  out.assign(size_t(std::max(w, 0)) * size_t(std::max(h, 0)), kNoHit);
   if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return false;
   const int cx0 = std::max(x0, 0), cx1 = std::min(x0 + w, r.renderWidth);
   const int cy0 = std::max(y0, 0), cy1 = std::min(y0 + h, r.renderHeight);
@@ -400,7 +401,7 @@ bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>&
 
 void presentPicture(Renderer& r, uint32_t fbo, int w, int h) {
   if (w != r.windowWidth || h != r.windowHeight || r.renderWidth < 1 || r.renderHeight < 1) return;
-  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, fbo, w, h);
+  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, Framebuffer{fbo}, w, h);
 }
 
 void readWindowPixels(Renderer&, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {

@@ -19,6 +19,7 @@
 
 #include "io/settings.h"
 #include "model/params.h"
+#include "render/handles.h"
 #include "render/program_cache.h"
 
 #include <cstdint>
@@ -58,12 +59,7 @@ struct FrameInput {
   const AppSettings* settings = nullptr;
 };
 
-// [SECTION] GL objects (plain names; the typed wrappers keep a texture from
-// being passed where a framebuffer belongs)
-
-struct Texture { uint32_t id = 0; };
-struct Framebuffer { uint32_t id = 0; };
-struct Program { uint32_t id = 0; };
+// [SECTION] GL objects
 
 struct RenderTarget {
   Texture tex;
@@ -122,7 +118,7 @@ struct Renderer {
   bool prepassValid = false;
 
   // Programs and uniforms
-  std::unordered_map<std::string, uint32_t> programs;  // "pass:type" -> program, 0 = failed
+  std::unordered_map<std::string, Program> programs;  // "pass:type" -> program, 0 = failed
   std::string programKey;          // lookup buffer of fractalProgram
   std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
   int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
@@ -249,11 +245,11 @@ RenderStatus renderStatus(const Renderer& r);
 // failure; empty when there is nothing new to show.
 std::string takeShaderMessage(Renderer& r);
 // Depth (ray distance) of the accumulated picture at a window position given
-// as fractions of the client size, origin top-left; 10000 when nothing was hit
+// as fractions of the client size, origin top-left; kNoHit when nothing was hit
 // there or no picture exists yet.
 float depthAt(Renderer& r, double fx, double fy);
-// First-hit depths (ray distances, 10000 for none) of the box at (x0, y0),
+// First-hit depths (ray distances, kNoHit for none) of the box at (x0, y0),
 // w × h texels of the picture in use, rows counted from the top; `out` gets
 // w·h values row by row from the top. Texels outside the render size read
-// 10000. False when no picture exists yet. Navigation's depth reader.
+// kNoHit. False when no picture exists yet. Navigation's depth reader.
 bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>& out);

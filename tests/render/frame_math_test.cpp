@@ -211,21 +211,23 @@ TEST(ShaderText, VersionSwap) {
 }
 
 TEST(ShaderText, ComposedHeadersAndBodies) {
-  const std::string box = composeFractalSource("juliabox", "trace");
-  EXPECT_EQ(box.rfind("#version 430 core\n#define DE_BOX 1\n#define JULIA 1\nprecision highp float;", 0),
+  // The no-hit depths reach the shaders as float literals: "10000" would be
+  // an int, which GLSL does not mix with floats.
+  const std::string depths = "#define NO_HIT 10000.0\n#define HIT_LIMIT 9000.0\n";
+  const std::string box = composeFractalSource("juliabox", Pass::Trace);
+  EXPECT_EQ(box.rfind("#version 430 core\n#define DE_BOX 1\n#define JULIA 1\n" + depths + "precision highp float;", 0),
             0u);
-  const std::string bulb = composeFractalSource("mandelbulb", "prepass");
-  EXPECT_EQ(bulb.rfind("#version 430 core\n#define DE_BULB 1\nprecision highp float;", 0), 0u);
-  EXPECT_EQ(composeFractalSource("burningbulb", "deep").rfind(
-                "#version 430 core\n#define DE_BULB 1\n#define BURNING 1\n", 0),
+  const std::string bulb = composeFractalSource("mandelbulb", Pass::Prepass);
+  EXPECT_EQ(bulb.rfind("#version 430 core\n#define DE_BULB 1\n" + depths + "precision highp float;", 0), 0u);
+  EXPECT_EQ(composeFractalSource("burningbulb", Pass::Deep).rfind(
+                "#version 430 core\n#define DE_BULB 1\n#define BURNING 1\n" + depths, 0),
             0u);
-  // Exactly one version line per text: the library carries none.
-  for (const char* pass : {"trace", "deep", "prepass", "volume"}) {
+  // Exactly one version line per text: the pieces carry none.
+  for (Pass pass : {Pass::Trace, Pass::Deep, Pass::Prepass, Pass::Volume}) {
     const std::string s = composeFractalSource("hybrid", pass);
-    EXPECT_EQ(s.find("#version", 1), std::string::npos) << pass;
+    EXPECT_EQ(s.find("#version", 1), std::string::npos) << passName(pass);
   }
-  EXPECT_EQ(composeFractalSource("menger", "anything"), composeFractalSource("menger", "trace"));
-  EXPECT_NE(composeFractalSource("menger", "volume"), composeFractalSource("menger", "trace"));
+  EXPECT_NE(composeFractalSource("menger", Pass::Volume), composeFractalSource("menger", Pass::Trace));
   EXPECT_EQ(fullscreenVertexSource().rfind("#version 430 core", 0), 0u);
 }
 

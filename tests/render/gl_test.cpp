@@ -17,7 +17,7 @@
 
 namespace {
 
-const char* const kPasses[] = {"trace", "deep", "prepass", "volume"};
+const Pass kPasses[] = {Pass::Trace, Pass::Deep, Pass::Prepass, Pass::Volume};
 
 // Makes `p` the renderer's record (palette texture, lighting) for direct passes.
 void prepare(Renderer& r, const FractalParams& p) {
@@ -58,20 +58,20 @@ TEST_F(RenderGl, EveryProgramOfEveryTypeBuildsOnce) {
   EXPECT_NE(r.composite.id, 0u);
   EXPECT_NE(r.gpu.find(" · OpenGL "), std::string::npos);
   for (const FractalType& t : fractalTypes())
-    for (const char* pass : kPasses) {
+    for (Pass pass : kPasses) {
       r.errorText.clear();
-      EXPECT_NE(fractalProgram(r, t.key, pass), 0u) << pass << ":" << t.key << "\n" << r.errorText;
-      EXPECT_EQ(r.errorText, "") << pass << ":" << t.key;
+      EXPECT_NE(fractalProgram(r, t.key, pass).id, 0u) << passName(pass) << ":" << t.key << "\n" << r.errorText;
+      EXPECT_EQ(r.errorText, "") << passName(pass) << ":" << t.key;
     }
   const int attempts = r.linkAttempts;
-  const uint32_t again = fractalProgram(r, "mandelbulb", "trace");
-  EXPECT_EQ(again, r.programs.at("trace:mandelbulb"));
+  const Program again = fractalProgram(r, "mandelbulb", Pass::Trace);
+  EXPECT_EQ(again.id, r.programs.at("trace:mandelbulb").id);
   EXPECT_EQ(r.linkAttempts, attempts);  // served from the cache
 
   // An absent uniform is cached as -1 and setting it is harmless.
-  gl.UseProgram(again);
+  gl.UseProgram(again.id);
   setUniform(r, again, "uNotDeclared", 1.0f);
-  EXPECT_EQ(r.uniforms.at(again).at("uNotDeclared"), -1);
+  EXPECT_EQ(r.uniforms.at(again.id).at("uNotDeclared"), -1);
   EXPECT_EQ(gl.GetError(), GLenum(GL_NO_ERROR));
 }
 
@@ -79,11 +79,11 @@ TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
   Renderer& r = *renderer;
   std::string log;
   const std::string vs = fullscreenVertexSource();
-  EXPECT_EQ(linkProgram(log, vs, "#version 430 core\nvoid main() { nonsense; }\n"), 0u);
+  EXPECT_EQ(linkProgram(log, vs, "#version 430 core\nvoid main() { nonsense; }\n").id, 0u);
   EXPECT_FALSE(log.empty());
   const size_t fragmentLog = log.size();
   EXPECT_EQ(linkProgram(log, "#version 430 core\nvoid main() { gl_Position = 1; }\n",
-                        "#version 430 core\nvoid main() { nonsense; }\n"),
+                        "#version 430 core\nvoid main() { nonsense; }\n").id,
             0u);
   EXPECT_GT(log.size(), fragmentLog);  // both stages tried, both logs kept
 
@@ -91,7 +91,7 @@ TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
   FractalParams p = defaultsForType("menger");
   AppSettings s;
   s.samples = 1;
-  r.programs["trace:menger"] = 0;
+  r.programs["trace:menger"] = Program{};
   r.errorText = "0:1(1): error: synthetic failure";
   const int attempts = r.linkAttempts;
   FrameInput in = stillFrame(p, s, 64, 48, platform::defaultFramebuffer(window));
