@@ -117,6 +117,12 @@ CameraView cameraViewOf(const Camera& c, double fovDegrees) {
   return v;
 }
 
+RenderQuality renderQuality(const AppSettings& q) {
+  return {.resScale = q.resScale, .samples = q.samples, .maxSteps = q.maxSteps, .precision = q.precision,
+          .deep = q.deep, .shadows = q.shadows, .ao = q.ao, .prepass = q.prepass, .gi = q.gi,
+          .adaptive = q.adaptive, .autoIter = q.autoIter};
+}
+
 FrameInput frameInputOf(AppState& s, double now, bool moving) {
   FrameInput in;
   in.now = now;
@@ -138,7 +144,7 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   // it composites only what is read back. A window merely launched with
   // options has a user in front of it.
   in.unattended = s.unattended && !s.screensaverMode;
-  in.settings = &s.settings;
+  in.quality = renderQuality(s.settings);
   return in;
 }
 

@@ -1,6 +1,7 @@
 // Building GL programs with their logs, uniform locations, and the fractal program cache.
 #include "render/programs.h"
 
+#include "model/assert.h"
 #include "render/gl.h"
 #include "render/shader_text.h"
 
@@ -161,6 +162,7 @@ void setHybridUniforms(Renderer& r, Program prog, const FractalParams& p) {
   Vec4 k{0, 0, 0, 0};
   int32_t* fs[4] = {&f.x, &f.y, &f.z, &f.w};
   float* ks[4] = {&k.x, &k.y, &k.z, &k.w};
+  QTX_ASSERT(p.slots.size() <= 4, "make the record safe first: a chain has at most four links");
   const int n = int(std::min<size_t>(p.slots.size(), 4));
   bool anyBulb = false, anyBox = false;
   for (int i = 0; i < n; ++i) {

@@ -182,13 +182,13 @@ void stepShift(Renderer& r, const FrameInput& in, double dt) {
 void stepQuality(Renderer& r, const FrameInput& in, bool moving) {
   const FractalParams& p = *in.params;
   const double dist = in.camera.distance;
-  const DepthDetail detail = depthDetail(p, *in.settings, in.diveActive, dist, false);
+  const DepthDetail detail = depthDetail(p, in.quality, in.diveActive, dist, false);
   if (detail.iterations != r.iterations) {
     r.iterations = detail.iterations;
     resetAccumulation(r);
   }
   r.maxSteps = detail.maxSteps;
-  const int setting = in.deepForced ? 2 : in.settings->deep;
+  const int setting = in.deepForced ? 2 : in.quality.deep;
   const bool eligible = canUseDoublePrecision(p);
   const bool deep = chooseDeep(setting, eligible, dist, r.deep);
   r.deepRefused = !eligible && (setting == 2 || (setting == 0 && dist < 0.0002));
@@ -196,7 +196,7 @@ void stepQuality(Renderer& r, const FrameInput& in, bool moving) {
     r.deep = deep;
     resetAccumulation(r);
   }
-  const bool gi = in.settings->gi && !moving;
+  const bool gi = in.quality.gi && !moving;
   paceQuality(r.pacing, qualityCost(r.maxSteps, r.iterations, r.deep, moving, gi));
 }
 
@@ -205,7 +205,7 @@ PacePlan stepPacing(Renderer& r, const FrameInput& in, bool moving, double dt) {
   PaceInput pi;
   pi.dt = dt;
   pi.moving = moving;
-  pi.adaptive = in.settings->adaptive;
+  pi.adaptive = in.quality.adaptive;
   pi.accW = r.accumA.width;
   pi.accH = r.accumA.height;
   pi.renderW = r.renderWidth;
@@ -240,10 +240,10 @@ TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool s
   v.frame = r.samples;
   v.sequenceBase = r.sequence;
   v.maxSteps = r.maxSteps;
-  v.detail = float(in.settings->precision);
+  v.detail = float(in.quality.precision);
   v.iterations = r.iterations;
   v.fast = moving;
-  v.gi = in.settings->gi && !moving;
+  v.gi = in.quality.gi && !moving;
   v.deep = r.deep;
   v.history = (in.animating && moving && !sizeChanged) ? 0.55f : 0.0f;
   v.shift = float(2 * r.shift / r.windowHeight);
@@ -275,7 +275,7 @@ void completeSample(Renderer& r, const FrameInput& in, bool moving) {
 bool traceStep(Renderer& r, const FrameInput& in, bool moving, const PacePlan& plan) {
   const TraceView v = frameView(r, in, moving, plan.sizeChanged, plan.rows);
   const TraceTargets t{&r.accumA, &r.accumB, &r.prepass, &r.prepassValid};
-  const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
+  const RenderOptions o{in.quality.shadows, in.quality.ao, in.quality.prepass};
   const double t0 = secondsNow();
   if (r.rowCursor == 0) r.sampleStartTime = t0;
   if (!tracePass(r, t, v, *in.params, o)) {
@@ -297,16 +297,16 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, const PacePlan& p
 }  // namespace
 
 bool renderFrame(Renderer& r, const FrameInput& in) {
-  if (!in.params || !in.settings) return false;
+  if (!in.params) return false;
   const double dt = r.lastFrameTime < 0 ? 1.0 / 60 : std::clamp(in.now - r.lastFrameTime, 0.0001, 0.1);
   r.lastFrameTime = in.now;
   if (in.width < 1 || in.height < 1) return false;
   syncRecord(r, *in.params, in.palettePhase, in.now);
   int aw = 0, ah = 0;
-  accumulationSize(in.width, in.height, in.settings->resScale, aw, ah);
+  accumulationSize(in.width, in.height, in.quality.resScale, aw, ah);
   if (in.width != r.windowWidth || in.height != r.windowHeight || aw != r.accumA.width ||
       ah != r.accumA.height)
-    resizeTargets(r, in.width, in.height, in.settings->resScale);
+    resizeTargets(r, in.width, in.height, in.quality.resScale);
   // Motion starts the sample count over but keeps the row cursor: with a
   // banded sample every moving frame draws the next band, so the bands sweep
   // the whole picture instead of redrawing the top one over and over (and a
@@ -324,7 +324,7 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   if (!moving && r.movingSamples) resetAccumulation(r);
   r.moving = moving;
   const PacePlan plan = stepPacing(r, in, moving, dt);
-  r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
+  r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.quality.samples;
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
   if (tracing) {

@@ -17,7 +17,6 @@
 // (errorText, shaderMessage) and never throw.
 #pragma once
 
-#include "io/settings.h"
 #include "model/params.h"
 #include "render/handles.h"
 #include "render/program_cache.h"
@@ -30,6 +29,19 @@
 #include <vector>
 
 // [SECTION] Input records filled by the shell
+
+// The user's quality choices that the renderer reads; the shell copies them
+// from its own settings.
+struct RenderQuality {
+  double resScale = 0;             // accumulation scale; 0 = automatic (at most 2.4 Mpx)
+  int samples = 256;               // target samples per pixel
+  int maxSteps = 320;              // ray step budget before it grows with depth
+  double precision = 1.0;          // surface tolerance in pixels
+  int deep = 0;                    // fp64: 0 automatic, 1 never, 2 always
+  bool shadows = true, ao = true, prepass = true, gi = false;
+  bool adaptive = true;            // lower the resolution while moving
+  bool autoIter = true;            // iterations and step budget grow with depth
+};
 
 struct CameraView {
   double pos[3] = {0, 0, 3.4};     // eye position
@@ -51,12 +63,12 @@ struct FrameInput {
   bool deepForced = false;         // --deep: the fp64 setting counts as 2 ("always")
   double shiftTarget = 0;          // image shift target in window pixels (half the panel width, or 0)
   double palettePhase = 0;         // palette animation phase in palette lengths; a change refills
-  int targetSamples = 0;           // samples to accumulate; 0 = settings->samples
+  int targetSamples = 0;           // samples to accumulate; 0 = quality.samples
   bool unattended = false;         // a shot: bands may run for seconds (no one is waiting on the loop)
   // A photo's jitter sequence start; −1: the renderer's running counter. A
   // film frame passes its own, so whichever process draws it draws it alike.
   int64_t jitterSequence = -1;
-  const AppSettings* settings = nullptr;
+  RenderQuality quality;
 };
 
 // [SECTION] GL objects

@@ -89,7 +89,7 @@ TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
 
   // A cached failure is not rebuilt; the driver reports it once.
   FractalParams p = defaultsForType("menger");
-  AppSettings s;
+  RenderQuality s;
   s.samples = 1;
   r.programs["trace:menger"] = Program{};
   r.errorText = "0:1(1): error: synthetic failure";
@@ -112,7 +112,7 @@ TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
 TEST_F(RenderGl, ClassicBulbHitsTheCentreAndLeavesTheCornersEmpty) {
   Renderer& r = *renderer;
   const FractalParams p = generateFromSeed("classic", "mandelbulb");
-  AppSettings s;
+  RenderQuality s;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
   FrameInput in = stillFrame(p, s, 80, 60, platform::defaultFramebuffer(window));
@@ -279,7 +279,7 @@ TEST_F(RenderGl, DeepResolvesDetailWhereFloatRunsOut) {
 TEST_F(RenderGl, PhotoReturnsPixelsAndReportsProgress) {
   Renderer& r = *renderer;
   const FractalParams p = generateFromSeed("classic", "kifs");
-  AppSettings s;
+  RenderQuality s;
   const FrameInput in = stillFrame(p, s, 64, 48, platform::defaultFramebuffer(window));
   std::vector<uint8_t> px;
   int calls = 0;

@@ -34,7 +34,7 @@ struct AppRun {
 
 std::vector<float> picture(Renderer& r, uint32_t fbo) {
   const FractalParams p = defaultsForType("sierpinski");
-  AppSettings s;
+  RenderQuality s;
   std::string error;
   EXPECT_TRUE(setFractal(r, p, error)) << error;
   EXPECT_TRUE(accumulate(r, stillFrame(p, s, 24, 16, fbo), 1));
