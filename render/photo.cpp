@@ -80,7 +80,7 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
     }
   }
   postPass(r, pt.accumA, w, h, pt.bloom0, pt.bloom1, pt.output.fbo, w, h);
-  readWindowPixels(r, pt.output.fbo.id, w, h, rgbaBottomUp);
+  readWindowPixels(r, pt.output.fbo, w, h, rgbaBottomUp);
   return true;
 }
 
@@ -157,7 +157,7 @@ bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, 
       }
       const PostWindow win{w, h, t.accumX, t.accumY, t.bloomX, t.bloomY, t.x, t.y};
       postPassWindow(r, pt.accumA, pt.bloom0, pt.bloom1, pt.output.fbo, t.w, t.h, win);
-      readWindowPixels(r, pt.output.fbo.id, t.w, t.h, tile);
+      readWindowPixels(r, pt.output.fbo, t.w, t.h, tile);
       // GL's rows run bottom-up; the band runs top-down from the tile row's top.
       const size_t stride = size_t(t.w) * 4;
       for (int j = 0; j < t.h; ++j)

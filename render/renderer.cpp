@@ -399,15 +399,15 @@ bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>&
   return true;
 }
 
-void presentPicture(Renderer& r, uint32_t fbo, int w, int h) {
+void presentPicture(Renderer& r, Framebuffer fbo, int w, int h) {
   if (w != r.windowWidth || h != r.windowHeight || r.renderWidth < 1 || r.renderHeight < 1) return;
-  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, Framebuffer{fbo}, w, h);
+  postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, fbo, w, h);
 }
 
-void readWindowPixels(Renderer&, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {
+void readWindowPixels(Renderer&, Framebuffer fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {
   rgbaBottomUp.assign(size_t(w) * size_t(h) * 4, 0);
-  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, fbo);
-  gl.ReadBuffer(fbo ? GL_COLOR_ATTACHMENT0 : GL_BACK);
+  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, fbo.id);
+  gl.ReadBuffer(fbo.id ? GL_COLOR_ATTACHMENT0 : GL_BACK);
   gl.PixelStorei(GL_PACK_ALIGNMENT, 1);
   gl.ReadPixels(0, 0, w, h, GL_RGBA, GL_UNSIGNED_BYTE, rgbaBottomUp.data());
   gl.BindFramebuffer(GL_FRAMEBUFFER, 0);

@@ -220,7 +220,7 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
 
 // The interactive picture as it stands, composited again into `fbo` (a
 // w×h window) without tracing: what the window shows while a photo runs.
-void presentPicture(Renderer& r, uint32_t fbo, int w, int h);
+void presentPicture(Renderer& r, Framebuffer fbo, int w, int h);
 
 // A poster: the picture rendered a tile at a time with all of the tile's
 // samples, so that GPU and host memory stay bounded whatever w×h is (up to
@@ -237,7 +237,7 @@ bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, 
 
 // Reads w×h RGBA bytes (bottom row first) from framebuffer `fbo`, e.g. the
 // window after the composite, for a shot.
-void readWindowPixels(Renderer& r, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp);
+void readWindowPixels(Renderer& r, Framebuffer fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp);
 
 // [SECTION] Queries for the shell
 

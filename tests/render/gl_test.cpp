@@ -128,7 +128,7 @@ TEST_F(RenderGl, ClassicBulbHitsTheCentreAndLeavesTheCornersEmpty) {
   in.now = 1e4;
   EXPECT_FALSE(renderFrame(r, in));
   std::vector<uint8_t> px;
-  readWindowPixels(r, in.windowFbo, 80, 60, px);
+  readWindowPixels(r, Framebuffer{in.windowFbo}, 80, 60, px);
   ASSERT_EQ(px.size(), 80u * 60u * 4u);
   const uint8_t* centre = &px[(30 * 80 + 40) * 4];
   const uint8_t* corner = &px[0];
