@@ -23,15 +23,12 @@ float softShadow(dvec3 ro, vec3 rd, double tmin, double tmax, float k, int maxSt
   for (int i = 0; i < maxSteps; i++) {
     gEps = max(tmin, t * 0.001LF);
     float h = map(ro + dvec3(rd) * t);
-    float y = h * h / (2.0 * ph);
-    float d = sqrt(max(h * h - y * y, 0.0));
-    res = min(res, k * d / max(0.0, float(t) - y));
+    res = penumbra(res, h, ph, float(t), k);
     ph = h;
     t += clamp(double(h), tmin, tmax * 0.08LF);
     if (res < 0.002 || t > tmax) break;
   }
-  res = clamp(res, 0.0, 1.0);
-  return res * res * (3.0 - 2.0 * res);
+  return shadowFactor(res);
 }
 
 float calcAO(dvec3 p, vec3 n, float sc, int taps) {

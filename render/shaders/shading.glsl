@@ -1,7 +1,7 @@
 // Light and colour shared by the trace, deep and volume passes, all in float
 // (the deep pass shades relative to its hit point): the jitter hash, the sky,
-// the area light, the surface at a hit, fog, glow and the blend into the
-// running mean. Follows the view uniforms.
+// the area light, the shadow penumbra, the surface at a hit, fog, glow and
+// the blend into the running mean. Follows the view uniforms.
 
 // [SECTION] Noise and sky
 
@@ -24,6 +24,23 @@ vec3 jitterLight(vec3 L, vec2 f, float seq) {
   vec3 tx = normalize(cross(L, abs(L.y) < 0.99 ? vec3(0.0, 1.0, 0.0) : vec3(1.0, 0.0, 0.0)));
   vec3 ty = cross(L, tx);
   return normalize(L + (tx * q.x + ty * q.y) * 0.06);
+}
+
+// [SECTION] Shadow
+
+// One step of the penumbra estimate along a light ray: `h` the distance at
+// ray distance `t`, `ph` the previous step's, which locates the closest
+// approach between the two (the improved variant of the soft shadow).
+float penumbra(float res, float h, float ph, float t, float k) {
+  float y = h * h / (2.0 * ph);
+  float d = sqrt(max(h * h - y * y, 0.0));
+  return min(res, k * d / max(0.0, t - y));
+}
+
+// The march's darkest penumbra as a light factor, smoothed.
+float shadowFactor(float res) {
+  res = clamp(res, 0.0, 1.0);
+  return res * res * (3.0 - 2.0 * res);
 }
 
 // [SECTION] Surface

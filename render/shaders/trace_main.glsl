@@ -19,15 +19,12 @@ float softShadow(vec3 ro, vec3 rd, float tmin, float tmax, float k, int maxSteps
   float t = tmin;
   for (int i = 0; i < maxSteps; i++) {
     float h = map(ro + rd * t);
-    float y = h * h / (2.0 * ph);
-    float d = sqrt(max(h * h - y * y, 0.0));
-    res = min(res, k * d / max(0.0, t - y));
+    res = penumbra(res, h, ph, t, k);
     ph = h;
     t += clamp(h, tmin, tmax * 0.08);
     if (res < 0.002 || t > tmax) break;
   }
-  res = clamp(res, 0.0, 1.0);
-  return res * res * (3.0 - 2.0 * res);
+  return shadowFactor(res);
 }
 
 float calcAO(vec3 p, vec3 n, float sc, int taps) {
