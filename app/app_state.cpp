@@ -123,6 +123,12 @@ CameraView cameraViewOf(const Camera& c, double fovDegrees) {
   return v;
 }
 
+RenderQuality renderQuality(const AppSettings& q) {
+  return {.resScale = q.resScale, .samples = q.samples, .maxSteps = q.maxSteps, .precision = q.precision,
+          .deep = q.deep, .shadows = q.shadows, .ao = q.ao, .prepass = q.prepass, .gi = q.gi,
+          .adaptive = q.adaptive, .autoIter = q.autoIter};
+}
+
 FrameInput frameInputOf(AppState& s, double now, bool moving) {
   FrameInput in;
   in.now = now;
@@ -140,9 +146,10 @@ FrameInput frameInputOf(AppState& s, double now, bool moving) {
   in.deepForced = s.deepForced;
   in.shiftTarget = imageShift(s, in.width);
   in.targetSamples = targetSampleCount(s);
-  // A window merely launched with options has a user in front of it.
+  // Nobody watches a shot's or a self-test's loop: its bands may be long and
+  // it composites only what is read back.
   in.unattended = nobodyWatches(s.mode);
-  in.settings = &s.settings;
+  in.quality = renderQuality(s.settings);
   return in;
 }
 

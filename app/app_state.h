@@ -171,6 +171,8 @@ int targetSampleCount(const AppState& s);
 void applyLaunchOptions(AppState& s, const LaunchOptions& o);
 // The renderer's view of the shown camera.
 CameraView cameraViewOf(const Camera& c, double fovDegrees);
+// The quality settings as the renderer reads them.
+RenderQuality renderQuality(const AppSettings& settings);
 // What the frame driver and the photo render get for the current state.
 FrameInput frameInputOf(AppState& s, double now, bool moving);
 // The traced picture as navigation sees it, and how to read its depths.

@@ -122,7 +122,7 @@ bool exposeFrame(AppState& s, const FilmPath& p, const PathFrame& f, int w, int 
   in.camera = cameraViewOf(c, shown.fov);
   in.diveActive = p.dive;
   in.deepForced = p.quality.deep == 2;
-  in.settings = &p.quality;
+  in.quality = renderQuality(p.quality);
   in.jitterSequence = jitterBase;
   in.width = w;
   in.height = h;

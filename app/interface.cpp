@@ -68,7 +68,7 @@ void showPhotoProgress(AppState& s, const std::string& text) {
   platform::drawableSize(s.window, w, h);
   if (w <= 0 || h <= 0) return;
   const uint32_t fbo = platform::defaultFramebuffer(s.window);
-  presentPicture(s.renderer, fbo, w, h);
+  presentPicture(s.renderer, Framebuffer{fbo}, w, h);
   // The pill is the message line's. The panel is drawn as it stands, with
   // no press and nothing hovered (no tooltip over the pill).
   s.toastText = text;

@@ -18,7 +18,7 @@ bool takeShot(AppState& s, const std::string& path, bool converged, std::string&
   int w = 0, h = 0;
   platform::drawableSize(s.window, w, h);
   std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 4, 0);
-  readWindowPixels(s.renderer, platform::defaultFramebuffer(s.window), w, h, pixels);
+  readWindowPixels(s.renderer, Framebuffer{platform::defaultFramebuffer(s.window)}, w, h, pixels);
 
   FractalParams live = liveParams(s);
   std::string png, reason;
@@ -37,7 +37,7 @@ bool writeThumbnail(AppState& s, const std::string& path, std::string& error) {
   int w = 0, h = 0;
   platform::drawableSize(s.window, w, h);
   std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 4, 0);
-  readWindowPixels(s.renderer, platform::defaultFramebuffer(s.window), w, h, pixels);
+  readWindowPixels(s.renderer, Framebuffer{platform::defaultFramebuffer(s.window)}, w, h, pixels);
   std::string png, reason;
   if (!platform::encodePngPixels(pixels.data(), w, h, png)) {
     error = "не удалось закодировать PNG";

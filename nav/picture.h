@@ -7,13 +7,11 @@
 // picture (the renderer's read-back flips them); a pixel's centre is +0.5.
 #pragma once
 
+#include "model/depth_codes.h"
 #include "nav/camera.h"
 
 #include <functional>
 #include <vector>
-
-inline constexpr float kNoHit = 10000;        // the depth of a ray that hit nothing
-inline constexpr float kHitLimit = 9000;      // depths at or above this count as misses
 
 inline constexpr const char* kMsgPickMiss = "Там пустота — кликните по фракталу";
 

@@ -128,13 +128,13 @@ int photoStepBudget(int maxStepsSetting, bool grows, double depth) {
   return int(std::min(2000.0, maxStepsSetting + extra));
 }
 
-DepthDetail depthDetail(const FractalParams& p, const AppSettings& s, bool diveActive, double cameraDist,
+DepthDetail depthDetail(const FractalParams& p, const RenderQuality& q, bool diveActive, double cameraDist,
                         bool photo) {
-  const bool grows = detailGrows(s.autoIter, diveActive);
+  const bool grows = detailGrows(q.autoIter, diveActive);
   const double depth = diveDepth(fractalTypes()[typeIndex(p.type)].camDist, cameraDist);
   DepthDetail d;
   d.iterations = frameIterations(p, grows, cameraDist);
-  d.maxSteps = photo ? photoStepBudget(s.maxSteps, grows, depth) : frameStepBudget(s.maxSteps, grows, depth);
+  d.maxSteps = photo ? photoStepBudget(q.maxSteps, grows, depth) : frameStepBudget(q.maxSteps, grows, depth);
   return d;
 }
 

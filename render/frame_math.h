@@ -82,7 +82,7 @@ struct DepthDetail {
   int iterations = 0;
   int maxSteps = 0;
 };
-DepthDetail depthDetail(const FractalParams& p, const AppSettings& s, bool diveActive, double cameraDist,
+DepthDetail depthDetail(const FractalParams& p, const RenderQuality& q, bool diveActive, double cameraDist,
                         bool photo);
 
 // fp64 choice: setting 2 always (when eligible), 1 never, 0 automatic below

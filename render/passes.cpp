@@ -74,13 +74,13 @@ constexpr float kBound = 0;
 // [SECTION] Depth prepass
 
 bool depthPrepass(Renderer& r, const TraceTargets& t, const TraceView& v, const FractalParams& p) {
-  const uint32_t prog = fractalProgram(r, p.type, "prepass");
-  if (!prog) return false;
+  const Program prog = fractalProgram(r, p.type, Pass::Prepass);
+  if (!prog.id) return false;
   const int pw = prepassSide(v.targetWidth > 0 ? v.targetWidth : v.width);
   const int ph = prepassSide(v.targetHeight > 0 ? v.targetHeight : v.height);
   if (t.prepass->width != pw || t.prepass->height != ph || !t.prepass->fbo.id)
     createTarget(*t.prepass, pw, ph, TargetFormat::Float32, false);
-  gl.UseProgram(prog);
+  gl.UseProgram(prog.id);
   gl.BindVertexArray(r.vao);
   gl.Disable(GL_BLEND);
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.prepass->fbo.id);
@@ -121,7 +121,7 @@ bool preparePrepass(Renderer& r, const TraceTargets& t, const TraceView& v, cons
 
 // [SECTION] Trace
 
-void setViewUniforms(Renderer& r, uint32_t prog, const TraceView& v, bool usePre) {
+void setViewUniforms(Renderer& r, Program prog, const TraceView& v, bool usePre) {
   const CameraView& c = v.camera;
   float jitter[2];
   sampleJitter(v.frame, v.sequenceBase, v.history, jitter);
@@ -151,7 +151,7 @@ void setViewUniforms(Renderer& r, uint32_t prog, const TraceView& v, bool usePre
   setUniform(r, prog, "uSceneScale", float(c.distance));
 }
 
-void setLightUniforms(Renderer& r, uint32_t prog, const RenderOptions& o) {
+void setLightUniforms(Renderer& r, Program prog, const RenderOptions& o) {
   const Lighting& l = r.lighting;
   setUniform(r, prog, "uLightDir", Vec3{l.lightDir[0], l.lightDir[1], l.lightDir[2]});
   setUniform(r, prog, "uLight", l.light);
@@ -171,10 +171,10 @@ void setLightUniforms(Renderer& r, uint32_t prog, const RenderOptions& o) {
 
 bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const FractalParams& p,
                const RenderOptions& o) {
-  const uint32_t prog = fractalProgram(r, p.type, v.deep ? "deep" : "trace");
-  if (!prog) return false;
+  const Program prog = fractalProgram(r, p.type, v.deep ? Pass::Deep : Pass::Trace);
+  if (!prog.id) return false;
   const bool usePre = preparePrepass(r, t, v, p, o);
-  gl.UseProgram(prog);
+  gl.UseProgram(prog.id);
   gl.BindVertexArray(r.vao);
   gl.Disable(GL_BLEND);  // the interface draws blended; the accumulation never is
   gl.BindFramebuffer(GL_FRAMEBUFFER, t.accumB->fbo.id);
@@ -207,8 +207,8 @@ namespace {
 
 void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, Vec2 uvBias, RenderTarget& b0,
                  RenderTarget& b1) {
-  const uint32_t bright = r.brightPass.id, blur = r.blur.id;
-  gl.UseProgram(bright);
+  const Program bright = r.brightPass, blur = r.blur;
+  gl.UseProgram(bright.id);
   gl.BindFramebuffer(GL_FRAMEBUFFER, b0.fbo.id);
   gl.Viewport(0, 0, b0.width, b0.height);
   gl.ActiveTexture(GL_TEXTURE0);
@@ -219,7 +219,7 @@ void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, Vec2 uvBi
   setUniform(r, bright, "uTexel", Vec2{1.0f / accum.width, 1.0f / accum.height});
   setUniform(r, bright, "uThreshold", 0.9f);
   gl.DrawArrays(GL_TRIANGLES, 0, 3);
-  gl.UseProgram(blur);
+  gl.UseProgram(blur.id);
   setUniform(r, blur, "uSrc", int32_t(0));
   for (float radius : {1.0f, 2.0f, 4.0f}) {
     gl.BindFramebuffer(GL_FRAMEBUFFER, b1.fbo.id);
@@ -236,11 +236,11 @@ void bloomPasses(Renderer& r, const RenderTarget& accum, Vec2 uvScale, Vec2 uvBi
 // What the window's composite and a poster tile's share: the program, the
 // destination, the accumulation and bloom textures and the lighting. The
 // caller sets where the picture lies; the program is returned for that.
-uint32_t beginComposite(Renderer& r, const RenderTarget& accum, const RenderTarget& bloom0, uint32_t dest,
-                        int destW, int destH, bool bloom) {
-  const uint32_t comp = r.composite.id;
-  gl.UseProgram(comp);
-  gl.BindFramebuffer(GL_FRAMEBUFFER, dest);
+Program beginComposite(Renderer& r, const RenderTarget& accum, const RenderTarget& bloom0, Framebuffer dest,
+                       int destW, int destH, bool bloom) {
+  const Program comp = r.composite;
+  gl.UseProgram(comp.id);
+  gl.BindFramebuffer(GL_FRAMEBUFFER, dest.id);
   gl.Viewport(0, 0, destW, destH);
   gl.ActiveTexture(GL_TEXTURE1);
   gl.BindTexture(GL_TEXTURE_2D, bloom0.tex.id);
@@ -257,14 +257,14 @@ uint32_t beginComposite(Renderer& r, const RenderTarget& accum, const RenderTarg
 }  // namespace
 
 void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, RenderTarget& bloom0,
-              RenderTarget& bloom1, uint32_t dest, int destW, int destH) {
+              RenderTarget& bloom1, Framebuffer dest, int destW, int destH) {
   gl.BindVertexArray(r.vao);
   gl.Disable(GL_SCISSOR_TEST);
   gl.Disable(GL_BLEND);
   const Vec2 uvScale{float(usedW) / accum.width, float(usedH) / accum.height};
   const bool bloom = r.lighting.bloom > 0.001f;
   if (bloom) bloomPasses(r, accum, uvScale, Vec2{0, 0}, bloom0, bloom1);
-  const uint32_t comp = beginComposite(r, accum, bloom0, dest, destW, destH, bloom);
+  const Program comp = beginComposite(r, accum, bloom0, dest, destW, destH, bloom);
   setUniform(r, comp, "uUvScale", uvScale);
   setUniform(r, comp, "uUvMax", Vec2{(usedW - 0.5f) / accum.width, (usedH - 0.5f) / accum.height});
   setUniform(r, comp, "uAspect", float(destW) / float(destH));
@@ -277,7 +277,7 @@ void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, Rend
 }
 
 void postPassWindow(Renderer& r, const RenderTarget& accum, RenderTarget& bloom0, RenderTarget& bloom1,
-                    uint32_t dest, int destW, int destH, const PostWindow& win) {
+                    Framebuffer dest, int destW, int destH, const PostWindow& win) {
   gl.BindVertexArray(r.vao);
   gl.Disable(GL_SCISSOR_TEST);
   gl.Disable(GL_BLEND);
@@ -293,7 +293,7 @@ void postPassWindow(Renderer& r, const RenderTarget& accum, RenderTarget& bloom0
     const Vec2 bias{float((win.bloomX * W / bw - win.accumX) / aw), float((win.bloomY * H / bh - win.accumY) / ah)};
     bloomPasses(r, accum, scale, bias, bloom0, bloom1);
   }
-  const uint32_t comp = beginComposite(r, accum, bloom0, dest, destW, destH, bloom);
+  const Program comp = beginComposite(r, accum, bloom0, dest, destW, destH, bloom);
   setUniform(r, comp, "uUvScale", Vec2{float(destW / aw), float(destH / ah)});
   setUniform(r, comp, "uUvBias", Vec2{float((win.destX - win.accumX) / aw), float((win.destY - win.accumY) / ah)});
   setUniform(r, comp, "uUvMax", Vec2{float((aw - 0.5) / aw), float((ah - 0.5) / ah)});

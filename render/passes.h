@@ -65,7 +65,7 @@ bool tracePass(Renderer& r, const TraceTargets& t, const TraceView& v, const Fra
 // Bloom (when the record asks for it) and composite of the used w×h part of
 // `accum` into framebuffer `dest` of destW×destH.
 void postPass(Renderer& r, const RenderTarget& accum, int usedW, int usedH, RenderTarget& bloom0,
-              RenderTarget& bloom1, uint32_t dest, int destW, int destH);
+              RenderTarget& bloom1, Framebuffer dest, int destW, int destH);
 
 // One poster tile's share of the picture's post-processing. All rectangles
 // are in picture pixels (x, y from the bottom-left). `accum` holds the
@@ -81,4 +81,4 @@ struct PostWindow {
   int destX = 0, destY = 0;
 };
 void postPassWindow(Renderer& r, const RenderTarget& accum, RenderTarget& bloom0, RenderTarget& bloom1,
-                    uint32_t dest, int destW, int destH, const PostWindow& win);
+                    Framebuffer dest, int destW, int destH, const PostWindow& win);

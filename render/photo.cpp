@@ -28,19 +28,19 @@ double secondsNow() {
 
 TraceView photoView(const Renderer& r, const FrameInput& in, int w, int h) {
   const FractalParams& p = *in.params;
-  const AppSettings& s = *in.settings;
+  const RenderQuality& q = in.quality;
   const double dist = in.camera.distance;
   TraceView v;
   v.width = w;
   v.height = h;
   v.camera = in.camera;
   v.sequenceBase = in.jitterSequence >= 0 ? uint32_t(in.jitterSequence) : r.sequence;
-  const DepthDetail detail = depthDetail(p, s, in.diveActive, dist, true);
+  const DepthDetail detail = depthDetail(p, q, in.diveActive, dist, true);
   v.maxSteps = detail.maxSteps;
-  v.detail = float(s.precision);
+  v.detail = float(q.precision);
   v.iterations = detail.iterations;
-  v.gi = s.gi;
-  const int setting = in.deepForced ? 2 : s.deep;
+  v.gi = q.gi;
+  const int setting = in.deepForced ? 2 : q.deep;
   v.deep = chooseDeep(setting, canUseDoublePrecision(p), dist, r.deep);
   // The image shift centres the fractal beside the panel; a photo has no panel.
   v.shift = 0;
@@ -53,7 +53,7 @@ TraceView photoView(const Renderer& r, const FrameInput& in, int w, int h) {
 bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
                  std::vector<uint8_t>& rgbaBottomUp,
                  const std::function<bool(double fraction, double secondsLeft)>& progress) {
-  if (!in.params || !in.settings || w < 1 || h < 1 || samples < 1) return false;
+  if (!in.params || w < 1 || h < 1 || samples < 1) return false;
   r.lighting = lightingFromParams(*in.params);
   PhotoTargets pt;
   createTarget(pt.accumA, w, h, TargetFormat::Float32, true);
@@ -62,7 +62,7 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
   createTarget(pt.bloom1, bloomSide(w), bloomSide(h), TargetFormat::Float32, true);
   createTarget(pt.output, w, h, TargetFormat::Unorm8, true);
   const TraceTargets targets{&pt.accumA, &pt.accumB, &pt.prepass, &pt.prepassValid};
-  const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
+  const RenderOptions o{in.quality.shadows, in.quality.ao, in.quality.prepass};
   const std::vector<Tile> tiles = photoTiles(w, h, r.photoTile);
   const double total = double(tiles.size()) * samples;
   const double start = secondsNow();
@@ -79,8 +79,8 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
       if (progress && !progress(fraction, elapsed / fraction - elapsed)) return false;
     }
   }
-  postPass(r, pt.accumA, w, h, pt.bloom0, pt.bloom1, pt.output.fbo.id, w, h);
-  readWindowPixels(r, pt.output.fbo.id, w, h, rgbaBottomUp);
+  postPass(r, pt.accumA, w, h, pt.bloom0, pt.bloom1, pt.output.fbo, w, h);
+  readWindowPixels(r, pt.output.fbo, w, h, rgbaBottomUp);
   return true;
 }
 
@@ -126,7 +126,7 @@ bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, 
                   const PosterRows& rows, const std::function<bool(double fraction, double secondsLeft)>& progress) {
   firstRow = std::max(0, firstRow);
   endRow = std::min(h, endRow);
-  if (!in.params || !in.settings || w < 1 || h < 1 || samples < 1 || firstRow >= endRow) return false;
+  if (!in.params || w < 1 || h < 1 || samples < 1 || firstRow >= endRow) return false;
   r.lighting = lightingFromParams(*in.params);
   const bool bloom = r.lighting.bloom > 0.001f;
   const int side = std::max(4, r.posterTile & ~3);
@@ -135,7 +135,7 @@ bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, 
   // still draws the whole tile, so that its pixels are the whole poster's.
   const int rowFirst = firstRow / side, rowEnd = (endRow - 1) / side + 1;
   const double total = double(rowEnd - rowFirst) * double(grid[0].size()) * samples;
-  const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
+  const RenderOptions o{in.quality.shadows, in.quality.ao, in.quality.prepass};
   PosterTargets pt;
   const TraceTargets targets{&pt.accumA, &pt.accumB, &pt.prepass, &pt.prepassValid};
   TraceView v = photoView(r, in, w, h);
@@ -156,8 +156,8 @@ bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, 
         if (progress && !progress(fraction, elapsed / fraction - elapsed)) return false;
       }
       const PostWindow win{w, h, t.accumX, t.accumY, t.bloomX, t.bloomY, t.x, t.y};
-      postPassWindow(r, pt.accumA, pt.bloom0, pt.bloom1, pt.output.fbo.id, t.w, t.h, win);
-      readWindowPixels(r, pt.output.fbo.id, t.w, t.h, tile);
+      postPassWindow(r, pt.accumA, pt.bloom0, pt.bloom1, pt.output.fbo, t.w, t.h, win);
+      readWindowPixels(r, pt.output.fbo, t.w, t.h, tile);
       // GL's rows run bottom-up; the band runs top-down from the tile row's top.
       const size_t stride = size_t(t.w) * 4;
       for (int j = 0; j < t.h; ++j)

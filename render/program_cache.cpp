@@ -65,16 +65,16 @@ std::string programCachePath(const ProgramCache& c, const std::string& vertex, c
   return c.folder + "/" + sourceHash(vertex, fragment) + ".bin";
 }
 
-uint32_t loadCachedProgram(ProgramCache& c, const std::string& vertex, const std::string& fragment) {
-  if (c.folder.empty() || !c.supported) return 0;
+Program loadCachedProgram(ProgramCache& c, const std::string& vertex, const std::string& fragment) {
+  if (c.folder.empty() || !c.supported) return {};
   std::string file, reason;
-  if (!readFileLimited(programCachePath(c, vertex, fragment), kCacheFileLimit, file, reason)) return 0;
+  if (!readFileLimited(programCachePath(c, vertex, fragment), kCacheFileLimit, file, reason)) return {};
   // Eight header lines: magic, hash, vendor, renderer, version, format, binary hash, length.
   size_t pos = 0;
   std::vector<std::string_view> lines;
   for (int i = 0; i < 8; ++i) {
     const size_t end = file.find('\n', pos);
-    if (end == std::string::npos) return 0;
+    if (end == std::string::npos) return {};
     lines.emplace_back(file.data() + pos, end - pos);
     pos = end + 1;
   }
@@ -83,9 +83,9 @@ uint32_t loadCachedProgram(ProgramCache& c, const std::string& vertex, const std
   try {
     format = std::stoul(std::string(lines[5]));
   } catch (...) {
-    return 0;
+    return {};
   }
-  if (header(c, sourceHash(vertex, fragment), GLenum(format), payload) != file.substr(0, pos)) return 0;
+  if (header(c, sourceHash(vertex, fragment), GLenum(format), payload) != file.substr(0, pos)) return {};
   while (gl.GetError() != GL_NO_ERROR) {
   }
   const GLuint program = gl.CreateProgram();
@@ -94,22 +94,22 @@ uint32_t loadCachedProgram(ProgramCache& c, const std::string& vertex, const std
   gl.GetProgramiv(program, GL_LINK_STATUS, &ok);
   if (!ok || gl.GetError() != GL_NO_ERROR) {
     gl.DeleteProgram(program);
-    return 0;
+    return {};
   }
   ++c.loaded;
-  return program;
+  return Program{program};
 }
 
-void storeCachedProgram(ProgramCache& c, uint32_t program, const std::string& vertex,
+void storeCachedProgram(ProgramCache& c, Program program, const std::string& vertex,
                         const std::string& fragment) {
-  if (c.folder.empty() || !c.supported || !program) return;
+  if (c.folder.empty() || !c.supported || !program.id) return;
   GLint length = 0;
-  gl.GetProgramiv(program, GL_PROGRAM_BINARY_LENGTH, &length);
+  gl.GetProgramiv(program.id, GL_PROGRAM_BINARY_LENGTH, &length);
   if (length <= 0) return;
   std::string payload(size_t(length), '\0');
   GLsizei written = 0;
   GLenum format = 0;
-  gl.GetProgramBinary(program, length, &written, &format, payload.data());
+  gl.GetProgramBinary(program.id, length, &written, &format, payload.data());
   if (written <= 0) return;
   payload.resize(size_t(written));
   const std::string file = header(c, sourceHash(vertex, fragment), format, payload) + payload;

@@ -8,7 +8,8 @@
 // without a word; a folder that cannot be written only loses the cache.
 #pragma once
 
-#include <cstdint>
+#include "render/handles.h"
+
 #include <string>
 
 struct ProgramCache {
@@ -26,9 +27,9 @@ void openProgramCache(ProgramCache& c, const std::string& folder);
 // The file a program of these texts is kept in.
 std::string programCachePath(const ProgramCache& c, const std::string& vertex, const std::string& fragment);
 
-// A linked program from the cache, or 0 when there is none that this driver
-// takes.
-uint32_t loadCachedProgram(ProgramCache& c, const std::string& vertex, const std::string& fragment);
+// A linked program from the cache, or none (id 0) when there is none that
+// this driver takes.
+Program loadCachedProgram(ProgramCache& c, const std::string& vertex, const std::string& fragment);
 // Keeps a freshly linked program; any failure only costs the cache.
-void storeCachedProgram(ProgramCache& c, uint32_t program, const std::string& vertex,
+void storeCachedProgram(ProgramCache& c, Program program, const std::string& vertex,
                         const std::string& fragment);

@@ -1,6 +1,7 @@
 // Building GL programs with their logs, uniform locations, and the fractal program cache.
 #include "render/programs.h"
 
+#include "model/assert.h"
 #include "render/gl.h"
 #include "render/shader_text.h"
 
@@ -14,53 +15,60 @@ namespace {
 
 constexpr int kLogSize = 4096;
 
-void appendShaderLog(std::string& errorText, GLuint shader) {
+void appendShaderLog(std::string& error, GLuint shader) {
   char log[kLogSize] = {};
   GLsizei length = 0;
   gl.GetShaderInfoLog(shader, kLogSize, &length, log);
-  errorText.append(log, size_t(std::clamp(length, 0, kLogSize - 1)));
+  error.append(log, size_t(std::clamp(length, 0, kLogSize - 1)));
   std::fputs(log, stderr);  // the debugger channel of this platform
 }
 
-void appendProgramLog(std::string& errorText, GLuint program) {
+void appendProgramLog(std::string& error, GLuint program) {
   char log[kLogSize] = {};
   GLsizei length = 0;
   gl.GetProgramInfoLog(program, kLogSize, &length, log);
-  errorText.append(log, size_t(std::clamp(length, 0, kLogSize - 1)));
+  error.append(log, size_t(std::clamp(length, 0, kLogSize - 1)));
+}
+
+void deleteShader(Shader shader) {
+  if (shader.id) gl.DeleteShader(shader.id);
 }
 
 }  // namespace
 
-uint32_t compileShader(std::string& errorText, uint32_t stage, const std::string& source) {
+Shader compileShader(std::string& error, uint32_t stage, const std::string& source) {
   const GLuint shader = gl.CreateShader(stage);
   const char* text = source.c_str();
   gl.ShaderSource(shader, 1, &text, nullptr);
   gl.CompileShader(shader);
   GLint ok = 0;
   gl.GetShaderiv(shader, GL_COMPILE_STATUS, &ok);
-  if (ok) return shader;
-  appendShaderLog(errorText, shader);
+  if (ok) return Shader{shader};
+  appendShaderLog(error, shader);
   gl.DeleteShader(shader);
-  return 0;
+  return {};
 }
 
-uint32_t linkProgram(std::string& errorText, const std::string& vertexSource,
-                     const std::string& fragmentSource) {
-  const GLuint vs = compileShader(errorText, GL_VERTEX_SHADER, vertexSource);
-  const GLuint fs = compileShader(errorText, GL_FRAGMENT_SHADER, fragmentSource);
-  if (!vs || !fs) return 0;
+Program linkProgram(std::string& error, const std::string& vertexSource, const std::string& fragmentSource) {
+  const Shader vs = compileShader(error, GL_VERTEX_SHADER, vertexSource);
+  const Shader fs = compileShader(error, GL_FRAGMENT_SHADER, fragmentSource);
+  if (!vs.id || !fs.id) {
+    deleteShader(vs);
+    deleteShader(fs);
+    return {};
+  }
   const GLuint program = gl.CreateProgram();
-  gl.AttachShader(program, vs);
-  gl.AttachShader(program, fs);
+  gl.AttachShader(program, vs.id);
+  gl.AttachShader(program, fs.id);
   gl.LinkProgram(program);
-  gl.DeleteShader(vs);
-  gl.DeleteShader(fs);
+  deleteShader(vs);
+  deleteShader(fs);
   GLint ok = 0;
   gl.GetProgramiv(program, GL_LINK_STATUS, &ok);
-  if (ok) return program;
-  appendProgramLog(errorText, program);
+  if (ok) return Program{program};
+  appendProgramLog(error, program);
   gl.DeleteProgram(program);
-  return 0;
+  return {};
 }
 
 // [SECTION] Uniform cache and setters
@@ -74,55 +82,55 @@ size_t UniformNameHash::operator()(const std::string& s) const {
   return size_t(h);
 }
 
-int32_t uniformLocation(Renderer& r, uint32_t program, const char* name) {
-  UniformMap& m = r.uniforms[program];
+int32_t uniformLocation(Renderer& r, Program program, const char* name) {
+  UniformMap& m = r.uniforms[program.id];
   const auto it = m.find(name);
   if (it != m.end()) return it->second;
-  const int32_t loc = gl.GetUniformLocation(program, name);
+  const int32_t loc = gl.GetUniformLocation(program.id, name);
   m.emplace(name, loc);
   return loc;
 }
 
-void setUniform(Renderer& r, uint32_t p, const char* n, int32_t v) {
+void setUniform(Renderer& r, Program p, const char* n, int32_t v) {
   gl.Uniform1i(uniformLocation(r, p, n), v);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, float v) {
+void setUniform(Renderer& r, Program p, const char* n, float v) {
   gl.Uniform1f(uniformLocation(r, p, n), v);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, Vec2 v) {
+void setUniform(Renderer& r, Program p, const char* n, Vec2 v) {
   gl.Uniform2f(uniformLocation(r, p, n), v.x, v.y);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, Vec3 v) {
+void setUniform(Renderer& r, Program p, const char* n, Vec3 v) {
   gl.Uniform3f(uniformLocation(r, p, n), v.x, v.y, v.z);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, Vec4 v) {
+void setUniform(Renderer& r, Program p, const char* n, Vec4 v) {
   gl.Uniform4f(uniformLocation(r, p, n), v.x, v.y, v.z, v.w);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, IVec4 v) {
+void setUniform(Renderer& r, Program p, const char* n, IVec4 v) {
   gl.Uniform4i(uniformLocation(r, p, n), v.x, v.y, v.z, v.w);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, const Mat3& v) {
+void setUniform(Renderer& r, Program p, const char* n, const Mat3& v) {
   gl.UniformMatrix3fv(uniformLocation(r, p, n), 1, GL_FALSE, v.m);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, double v) {
+void setUniform(Renderer& r, Program p, const char* n, double v) {
   gl.Uniform1d(uniformLocation(r, p, n), v);
 }
-void setUniform(Renderer& r, uint32_t p, const char* n, DVec3 v) {
+void setUniform(Renderer& r, Program p, const char* n, DVec3 v) {
   gl.Uniform3d(uniformLocation(r, p, n), v.x, v.y, v.z);
 }
 
 // [SECTION] Fractal programs
 
-uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::string& pass) {
+Program fractalProgram(Renderer& r, const std::string& typeKey, Pass pass) {
   // Called for every trace and prepass: the key is built in a kept buffer
   // so that a cache hit allocates nothing.
   std::string& key = r.programKey;
-  key.assign(pass).append(1, ':').append(typeKey);
+  key.assign(passName(pass)).append(1, ':').append(typeKey);
   const auto it = r.programs.find(key);
   if (it != r.programs.end()) return it->second;
   const std::string vertex = fullscreenVertexSource(), fragment = composeFractalSource(typeKey, pass);
-  uint32_t program = loadCachedProgram(r.programCache, vertex, fragment);
-  if (!program) {
+  Program program = loadCachedProgram(r.programCache, vertex, fragment);
+  if (!program.id) {
     ++r.linkAttempts;
     program = linkProgram(r.errorText, vertex, fragment);
     storeCachedProgram(r.programCache, program, vertex, fragment);
@@ -149,11 +157,12 @@ Mat3 foldRotation(const FractalParams& p) {
   return out;
 }
 
-void setHybridUniforms(Renderer& r, uint32_t prog, const FractalParams& p) {
+void setHybridUniforms(Renderer& r, Program prog, const FractalParams& p) {
   IVec4 f{0, 0, 0, 0};
   Vec4 k{0, 0, 0, 0};
   int32_t* fs[4] = {&f.x, &f.y, &f.z, &f.w};
   float* ks[4] = {&k.x, &k.y, &k.z, &k.w};
+  QTX_ASSERT(p.slots.size() <= 4, "make the record safe first: a chain has at most four links");
   const int n = int(std::min<size_t>(p.slots.size(), 4));
   bool anyBulb = false, anyBox = false;
   for (int i = 0; i < n; ++i) {
@@ -173,7 +182,7 @@ void setHybridUniforms(Renderer& r, uint32_t prog, const FractalParams& p) {
 
 }  // namespace
 
-void setFractalUniforms(Renderer& r, uint32_t prog, const FractalParams& p, int iterations) {
+void setFractalUniforms(Renderer& r, Program prog, const FractalParams& p, int iterations) {
   const int iter = iterations > 0 ? iterations : int(std::floor(p.iter + 0.5));
   setUniform(r, prog, "uIter", int32_t(iter));
   setUniform(r, prog, "uPower", float(p.power));

@@ -5,6 +5,7 @@
 
 #include "model/params.h"
 #include "render/renderer.h"
+#include "render/shader_text.h"
 
 #include <cstdint>
 #include <string>
@@ -16,33 +17,31 @@ struct IVec4 { int32_t x, y, z, w; };
 struct Mat3 { float m[9]; };  // column-major
 struct DVec3 { double x, y, z; };
 
-// Returns the shader object, or 0 with the compile log appended to errorText.
-uint32_t compileShader(std::string& errorText, uint32_t stage, const std::string& source);
-// Compiles vertex then fragment (both always tried) and links. Returns 0 on
-// any failure with the logs appended in that order. When only one stage
-// compiled, that shader object is left allocated: a small accepted leak on a
-// path that is reported to the user anyway.
-uint32_t linkProgram(std::string& errorText, const std::string& vertexSource,
-                     const std::string& fragmentSource);
+// The shader object, or none with the compile log appended to `error`.
+Shader compileShader(std::string& error, uint32_t stage, const std::string& source);
+// Compiles vertex then fragment (both always tried, so that both logs are
+// seen) and links. Returns none on any failure with the logs appended in that
+// order; no shader object outlives the call.
+Program linkProgram(std::string& error, const std::string& vertexSource, const std::string& fragmentSource);
 
 // Cached location; -1 (absent or optimised away) is cached too.
-int32_t uniformLocation(Renderer& r, uint32_t program, const char* name);
+int32_t uniformLocation(Renderer& r, Program program, const char* name);
 // Setters for the current program. A name the program lacks is harmless: the
 // shader variants share one setter sequence.
-void setUniform(Renderer& r, uint32_t program, const char* name, int32_t v);
-void setUniform(Renderer& r, uint32_t program, const char* name, float v);
-void setUniform(Renderer& r, uint32_t program, const char* name, Vec2 v);
-void setUniform(Renderer& r, uint32_t program, const char* name, Vec3 v);
-void setUniform(Renderer& r, uint32_t program, const char* name, Vec4 v);
-void setUniform(Renderer& r, uint32_t program, const char* name, IVec4 v);
-void setUniform(Renderer& r, uint32_t program, const char* name, const Mat3& v);
-void setUniform(Renderer& r, uint32_t program, const char* name, double v);
-void setUniform(Renderer& r, uint32_t program, const char* name, DVec3 v);
+void setUniform(Renderer& r, Program program, const char* name, int32_t v);
+void setUniform(Renderer& r, Program program, const char* name, float v);
+void setUniform(Renderer& r, Program program, const char* name, Vec2 v);
+void setUniform(Renderer& r, Program program, const char* name, Vec3 v);
+void setUniform(Renderer& r, Program program, const char* name, Vec4 v);
+void setUniform(Renderer& r, Program program, const char* name, IVec4 v);
+void setUniform(Renderer& r, Program program, const char* name, const Mat3& v);
+void setUniform(Renderer& r, Program program, const char* name, double v);
+void setUniform(Renderer& r, Program program, const char* name, DVec3 v);
 
 // The program of `pass` for the type, built on first use and cached under
-// "pass:type"; 0 (cached as well) when it failed, logs in r.errorText.
-uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::string& pass);
+// "pass:type"; none (cached as well) when it failed, logs in r.errorText.
+Program fractalProgram(Renderer& r, const std::string& typeKey, Pass pass);
 
 // Fractal uniforms of the current program; `iterations` 0 means the record's
 // own count rounded half up. The palette goes on unit 1; unit 0 stays active.
-void setFractalUniforms(Renderer& r, uint32_t program, const FractalParams& p, int iterations);
+void setFractalUniforms(Renderer& r, Program program, const FractalParams& p, int iterations);

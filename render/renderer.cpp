@@ -7,6 +7,7 @@
 //   [SECTION] Queries and readback
 #include "render/renderer.h"
 
+#include "model/depth_codes.h"
 #include "model/tables.h"
 #include "render/frame_math.h"
 #include "render/gl.h"
@@ -23,7 +24,7 @@
 
 namespace {
 
-uint32_t buildPostProgram(Renderer& r, const char* fragment) {
+Program buildPostProgram(Renderer& r, const char* fragment) {
   return linkProgram(r.errorText, fullscreenVertexSource(), swapGlslVersion(fragment));
 }
 
@@ -53,9 +54,9 @@ bool initRenderer(Renderer& r, GlLoader loader, std::string& error) {
   }
   gl.GenVertexArrays(1, &r.vao);
   createPaletteTexture(r);
-  r.brightPass.id = buildPostProgram(r, shader_src::brightPass);
-  r.blur.id = buildPostProgram(r, shader_src::blur);
-  r.composite.id = buildPostProgram(r, shader_src::composite);
+  r.brightPass = buildPostProgram(r, shader_src::brightPass);
+  r.blur = buildPostProgram(r, shader_src::blur);
+  r.composite = buildPostProgram(r, shader_src::composite);
   if (!r.brightPass.id || !r.blur.id || !r.composite.id) {
     error = "Не удалось собрать шейдеры постобработки:\n" + r.errorText;
     return false;
@@ -70,7 +71,7 @@ void destroyRenderer(Renderer& r) {
   if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
   for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);
   for (auto& [key, prog] : r.programs)
-    if (prog) gl.DeleteProgram(prog);
+    if (prog.id) gl.DeleteProgram(prog.id);
   for (Program* p : {&r.brightPass, &r.blur, &r.composite})
     if (p->id) gl.DeleteProgram(p->id);
   if (r.palette.id) gl.DeleteTextures(1, &r.palette.id);
@@ -138,7 +139,7 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
-  if (fractalProgram(r, p.type, "trace")) return true;
+  if (fractalProgram(r, p.type, Pass::Trace).id) return true;
   error = "Не удалось скомпилировать шейдер фрактала:\n" + r.errorText;
   return false;
 }
@@ -181,13 +182,13 @@ void stepShift(Renderer& r, const FrameInput& in, double dt) {
 void stepQuality(Renderer& r, const FrameInput& in, bool moving) {
   const FractalParams& p = *in.params;
   const double dist = in.camera.distance;
-  const DepthDetail detail = depthDetail(p, *in.settings, in.diveActive, dist, false);
+  const DepthDetail detail = depthDetail(p, in.quality, in.diveActive, dist, false);
   if (detail.iterations != r.iterations) {
     r.iterations = detail.iterations;
     resetAccumulation(r);
   }
   r.maxSteps = detail.maxSteps;
-  const int setting = in.deepForced ? 2 : in.settings->deep;
+  const int setting = in.deepForced ? 2 : in.quality.deep;
   const bool eligible = canUseDoublePrecision(p);
   const bool deep = chooseDeep(setting, eligible, dist, r.deep);
   r.deepRefused = !eligible && (setting == 2 || (setting == 0 && dist < 0.0002));
@@ -195,7 +196,7 @@ void stepQuality(Renderer& r, const FrameInput& in, bool moving) {
     r.deep = deep;
     resetAccumulation(r);
   }
-  const bool gi = in.settings->gi && !moving;
+  const bool gi = in.quality.gi && !moving;
   paceQuality(r.pacing, qualityCost(r.maxSteps, r.iterations, r.deep, moving, gi));
 }
 
@@ -204,7 +205,7 @@ PacePlan stepPacing(Renderer& r, const FrameInput& in, bool moving, double dt) {
   PaceInput pi;
   pi.dt = dt;
   pi.moving = moving;
-  pi.adaptive = in.settings->adaptive;
+  pi.adaptive = in.quality.adaptive;
   pi.accW = r.accumA.width;
   pi.accH = r.accumA.height;
   pi.renderW = r.renderWidth;
@@ -223,7 +224,7 @@ PacePlan stepPacing(Renderer& r, const FrameInput& in, bool moving, double dt) {
 }
 
 float readAccumDepth(Renderer& r, int x, int y) {
-  float px[4] = {0, 0, 0, 10000};
+  float px[4] = {0, 0, 0, kNoHit};
   gl.BindFramebuffer(GL_READ_FRAMEBUFFER, r.accumA.fbo.id);
   gl.ReadBuffer(GL_COLOR_ATTACHMENT0);
   gl.ReadPixels(x, y, 1, 1, GL_RGBA, GL_FLOAT, px);
@@ -239,10 +240,10 @@ TraceView frameView(const Renderer& r, const FrameInput& in, bool moving, bool s
   v.frame = r.samples;
   v.sequenceBase = r.sequence;
   v.maxSteps = r.maxSteps;
-  v.detail = float(in.settings->precision);
+  v.detail = float(in.quality.precision);
   v.iterations = r.iterations;
   v.fast = moving;
-  v.gi = in.settings->gi && !moving;
+  v.gi = in.quality.gi && !moving;
   v.deep = r.deep;
   v.history = (in.animating && moving && !sizeChanged) ? 0.55f : 0.0f;
   v.shift = float(2 * r.shift / r.windowHeight);
@@ -261,7 +262,7 @@ void completeSample(Renderer& r, const FrameInput& in, bool moving) {
   ++r.sequence;
   if (in.params->autoFocus && !moving) {
     const float d = readAccumDepth(r, r.renderWidth / 2, r.renderHeight / 2);
-    r.focusDepth = d < 9000 ? d : 0;
+    r.focusDepth = d < kHitLimit ? d : 0;
   }
   // Timed on the clock, not the frame's time: a sample traced within one
   // frame has a duration of its own.
@@ -274,7 +275,7 @@ void completeSample(Renderer& r, const FrameInput& in, bool moving) {
 bool traceStep(Renderer& r, const FrameInput& in, bool moving, const PacePlan& plan) {
   const TraceView v = frameView(r, in, moving, plan.sizeChanged, plan.rows);
   const TraceTargets t{&r.accumA, &r.accumB, &r.prepass, &r.prepassValid};
-  const RenderOptions o{in.settings->shadows, in.settings->ao, in.settings->prepass};
+  const RenderOptions o{in.quality.shadows, in.quality.ao, in.quality.prepass};
   const double t0 = secondsNow();
   if (r.rowCursor == 0) r.sampleStartTime = t0;
   if (!tracePass(r, t, v, *in.params, o)) {
@@ -296,16 +297,16 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, const PacePlan& p
 }  // namespace
 
 bool renderFrame(Renderer& r, const FrameInput& in) {
-  if (!in.params || !in.settings) return false;
+  if (!in.params) return false;
   const double dt = r.lastFrameTime < 0 ? 1.0 / 60 : std::clamp(in.now - r.lastFrameTime, 0.0001, 0.1);
   r.lastFrameTime = in.now;
   if (in.width < 1 || in.height < 1) return false;
   syncRecord(r, *in.params, in.palettePhase, in.now);
   int aw = 0, ah = 0;
-  accumulationSize(in.width, in.height, in.settings->resScale, aw, ah);
+  accumulationSize(in.width, in.height, in.quality.resScale, aw, ah);
   if (in.width != r.windowWidth || in.height != r.windowHeight || aw != r.accumA.width ||
       ah != r.accumA.height)
-    resizeTargets(r, in.width, in.height, in.settings->resScale);
+    resizeTargets(r, in.width, in.height, in.quality.resScale);
   // Motion starts the sample count over but keeps the row cursor: with a
   // banded sample every moving frame draws the next band, so the bands sweep
   // the whole picture instead of redrawing the top one over and over (and a
@@ -323,7 +324,7 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   if (!moving && r.movingSamples) resetAccumulation(r);
   r.moving = moving;
   const PacePlan plan = stepPacing(r, in, moving, dt);
-  r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
+  r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.quality.samples;
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
   if (tracing) {
@@ -334,7 +335,7 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   const bool pictureFinal = r.samples >= r.targetSamples && !moving;
   if (wantsPost(in.unattended, pictureFinal, r.lastPostTime < 0 ? 1e9 : in.now - r.lastPostTime)) {
     const double postStart = secondsNow();
-    postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, in.windowFbo, in.width,
+    postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, Framebuffer{in.windowFbo}, in.width,
              in.height);
     r.lastPostTime = in.now;
     if (tracing && !in.unattended) {
@@ -370,7 +371,7 @@ std::string takeShaderMessage(Renderer& r) {
 }
 
 float depthAt(Renderer& r, double fx, double fy) {
-  if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return 10000;
+  if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return kNoHit;
   // The only conversion from the shell's top-left origin to GL's bottom-left rows.
   const int x = std::clamp(int(fx * r.renderWidth), 0, r.renderWidth - 1);
   const int y = std::clamp(int((1 - fy) * r.renderHeight), 0, r.renderHeight - 1);
@@ -378,7 +379,7 @@ float depthAt(Renderer& r, double fx, double fy) {
 }
 
 bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>& out) {
-  out.assign(size_t(std::max(w, 0)) * size_t(std::max(h, 0)), 10000.0f);
+  out.assign(size_t(std::max(w, 0)) * size_t(std::max(h, 0)), kNoHit);
   if (!r.accumA.fbo.id || r.renderWidth < 1 || r.renderHeight < 1) return false;
   const int cx0 = std::max(x0, 0), cx1 = std::min(x0 + w, r.renderWidth);
   const int cy0 = std::max(y0, 0), cy1 = std::min(y0 + h, r.renderHeight);
@@ -398,15 +399,15 @@ bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>&
   return true;
 }
 
-void presentPicture(Renderer& r, uint32_t fbo, int w, int h) {
+void presentPicture(Renderer& r, Framebuffer fbo, int w, int h) {
   if (w != r.windowWidth || h != r.windowHeight || r.renderWidth < 1 || r.renderHeight < 1) return;
   postPass(r, r.accumA, r.renderWidth, r.renderHeight, r.bloom0, r.bloom1, fbo, w, h);
 }
 
-void readWindowPixels(Renderer&, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {
+void readWindowPixels(Renderer&, Framebuffer fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp) {
   rgbaBottomUp.assign(size_t(w) * size_t(h) * 4, 0);
-  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, fbo);
-  gl.ReadBuffer(fbo ? GL_COLOR_ATTACHMENT0 : GL_BACK);
+  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, fbo.id);
+  gl.ReadBuffer(fbo.id ? GL_COLOR_ATTACHMENT0 : GL_BACK);
   gl.PixelStorei(GL_PACK_ALIGNMENT, 1);
   gl.ReadPixels(0, 0, w, h, GL_RGBA, GL_UNSIGNED_BYTE, rgbaBottomUp.data());
   gl.BindFramebuffer(GL_FRAMEBUFFER, 0);

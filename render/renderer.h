@@ -17,8 +17,8 @@
 // (errorText, shaderMessage) and never throw.
 #pragma once
 
-#include "io/settings.h"
 #include "model/params.h"
+#include "render/handles.h"
 #include "render/program_cache.h"
 
 #include <cstdint>
@@ -29,6 +29,19 @@
 #include <vector>
 
 // [SECTION] Input records filled by the shell
+
+// The user's quality choices that the renderer reads; the shell copies them
+// from its own settings.
+struct RenderQuality {
+  double resScale = 0;             // accumulation scale; 0 = automatic (at most 2.4 Mpx)
+  int samples = 256;               // target samples per pixel
+  int maxSteps = 320;              // ray step budget before it grows with depth
+  double precision = 1.0;          // surface tolerance in pixels
+  int deep = 0;                    // fp64: 0 automatic, 1 never, 2 always
+  bool shadows = true, ao = true, prepass = true, gi = false;
+  bool adaptive = true;            // lower the resolution while moving
+  bool autoIter = true;            // iterations and step budget grow with depth
+};
 
 struct CameraView {
   double pos[3] = {0, 0, 3.4};     // eye position
@@ -50,20 +63,15 @@ struct FrameInput {
   bool deepForced = false;         // --deep: the fp64 setting counts as 2 ("always")
   double shiftTarget = 0;          // image shift target in window pixels (half the panel width, or 0)
   double palettePhase = 0;         // palette animation phase in palette lengths; a change refills
-  int targetSamples = 0;           // samples to accumulate; 0 = settings->samples
+  int targetSamples = 0;           // samples to accumulate; 0 = quality.samples
   bool unattended = false;         // a shot: bands may run for seconds (no one is waiting on the loop)
   // A photo's jitter sequence start; −1: the renderer's running counter. A
   // film frame passes its own, so whichever process draws it draws it alike.
   int64_t jitterSequence = -1;
-  const AppSettings* settings = nullptr;
+  RenderQuality quality;
 };
 
-// [SECTION] GL objects (plain names; the typed wrappers keep a texture from
-// being passed where a framebuffer belongs)
-
-struct Texture { uint32_t id = 0; };
-struct Framebuffer { uint32_t id = 0; };
-struct Program { uint32_t id = 0; };
+// [SECTION] GL objects
 
 struct RenderTarget {
   Texture tex;
@@ -122,7 +130,7 @@ struct Renderer {
   bool prepassValid = false;
 
   // Programs and uniforms
-  std::unordered_map<std::string, uint32_t> programs;  // "pass:type" -> program, 0 = failed
+  std::unordered_map<std::string, Program> programs;  // "pass:type" -> program, 0 = failed
   std::string programKey;          // lookup buffer of fractalProgram
   std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
   int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
@@ -212,7 +220,7 @@ bool renderPhoto(Renderer& r, int w, int h, int samples, const FrameInput& in,
 
 // The interactive picture as it stands, composited again into `fbo` (a
 // w×h window) without tracing: what the window shows while a photo runs.
-void presentPicture(Renderer& r, uint32_t fbo, int w, int h);
+void presentPicture(Renderer& r, Framebuffer fbo, int w, int h);
 
 // A poster: the picture rendered a tile at a time with all of the tile's
 // samples, so that GPU and host memory stay bounded whatever w×h is (up to
@@ -229,7 +237,7 @@ bool renderPoster(Renderer& r, int w, int h, int samples, const FrameInput& in, 
 
 // Reads w×h RGBA bytes (bottom row first) from framebuffer `fbo`, e.g. the
 // window after the composite, for a shot.
-void readWindowPixels(Renderer& r, uint32_t fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp);
+void readWindowPixels(Renderer& r, Framebuffer fbo, int w, int h, std::vector<uint8_t>& rgbaBottomUp);
 
 // [SECTION] Queries for the shell
 
@@ -249,11 +257,11 @@ RenderStatus renderStatus(const Renderer& r);
 // failure; empty when there is nothing new to show.
 std::string takeShaderMessage(Renderer& r);
 // Depth (ray distance) of the accumulated picture at a window position given
-// as fractions of the client size, origin top-left; 10000 when nothing was hit
+// as fractions of the client size, origin top-left; kNoHit when nothing was hit
 // there or no picture exists yet.
 float depthAt(Renderer& r, double fx, double fy);
-// First-hit depths (ray distances, 10000 for none) of the box at (x0, y0),
+// First-hit depths (ray distances, kNoHit for none) of the box at (x0, y0),
 // w × h texels of the picture in use, rows counted from the top; `out` gets
 // w·h values row by row from the top. Texels outside the render size read
-// 10000. False when no picture exists yet. Navigation's depth reader.
+// kNoHit. False when no picture exists yet. Navigation's depth reader.
 bool readDepthBox(Renderer& r, int x0, int y0, int w, int h, std::vector<float>& out);

@@ -1,10 +1,13 @@
 // Composing program texts from the embedded GLSL pieces, and the double-precision rule.
 #include "render/shader_text.h"
 
+#include "model/assert.h"
+#include "model/depth_codes.h"
 #include "model/tables.h"
 #include "render/shader_sources.h"
 
 #include <cmath>
+#include <cstdio>
 
 std::string swapGlslVersion(const std::string& source) {
   static const std::string from = "#version 300 es";
@@ -21,15 +24,44 @@ std::string fullscreenVertexSource() {
   return swapGlslVersion(shader_src::fullscreenVert);
 }
 
-std::string composeFractalSource(const std::string& typeKey, const std::string& pass) {
+namespace {
+
+// The shaders spell the no-hit depths as float literals: "10000.0".
+std::string glslFloat(float value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", double(value));
+  return text;
+}
+
+}  // namespace
+
+const char* passName(Pass pass) {
+  switch (pass) {
+    case Pass::Trace: return "trace";
+    case Pass::Prepass: return "prepass";
+    case Pass::Volume: return "volume";
+    case Pass::Deep: return "deep";
+  }
+  QTX_ASSERT(false, "pass one of the Pass values");
+  return "trace";
+}
+
+std::string composeFractalSource(const std::string& typeKey, Pass pass) {
   const FractalType& type = fractalTypes()[typeIndex(typeKey)];
+  QTX_ASSERT(type.key == typeKey, "pass a key from fractalTypes(): make the record safe first");
   std::string text = "#version 430 core\n#define " + type.deDefine + " 1\n";
   if (!type.variantDefine.empty()) text += "#define " + type.variantDefine + " 1\n";
-  if (pass == "deep") return text + shader_src::deepShader;
+  text += "#define NO_HIT " + glslFloat(kNoHit) + "\n#define HIT_LIMIT " + glslFloat(kHitLimit) + "\n";
   text += shader_src::floatLibrary;
-  if (pass == "prepass") return text + shader_src::prepassMain;
-  if (pass == "volume") return text + shader_src::volumeMain;
-  return text + shader_src::traceMain1 + shader_src::traceMain2;
+  text += pass == Pass::Deep ? shader_src::doubleLibrary : shader_src::floatEstimators;
+  text += shader_src::viewUniforms;
+  switch (pass) {
+    case Pass::Prepass: return text + shader_src::prepassMain;
+    case Pass::Volume: return text + shader_src::shading + shader_src::volumeMain;
+    case Pass::Deep: return text + shader_src::shading + shader_src::deepMain;
+    case Pass::Trace: break;
+  }
+  return text + shader_src::shading + shader_src::traceMain;
 }
 
 bool canUseDoublePrecision(const FractalParams& p) {

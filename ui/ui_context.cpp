@@ -95,7 +95,7 @@ bool initUi(UiContext& ui, double scale, std::string& error) {
   std::vector<uint8_t> pixels;
   if (!buildUiCpu(ui, scale, pixels, error)) return false;
   std::string log;  // compile logs also go to stderr; the user gets one line
-  ui.program = linkProgram(log, kVertexShader, kFragmentShader);
+  ui.program = linkProgram(log, kVertexShader, kFragmentShader).id;
   if (!ui.program) {
     error = "Не удалось собрать шейдер интерфейса";
     return false;

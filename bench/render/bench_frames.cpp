@@ -22,7 +22,6 @@
 #include "app/app_state.h"
 #include "app/frame.h"
 #include "io/files.h"
-#include "io/settings.h"
 #include "model/seed.h"
 #include "model/tables.h"
 #include "nav/camera.h"
@@ -185,7 +184,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
-  AppSettings s;
+  RenderQuality s;
   s.resScale = 2;
   s.maxSteps = 2000;
   s.precision = 0.01;
@@ -196,7 +195,7 @@ int main(int argc, char** argv) {
   in.height = height;
   in.windowFbo = platform::defaultFramebuffer(window);
   in.params = &p;
-  in.settings = &s;
+  in.quality = s;
   std::vector<double> times;
   for (int f = 0; f < frames; ++f) {
     const bool moving = f >= frames / 2;  // second half: the camera turns every frame

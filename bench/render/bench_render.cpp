@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
   std::printf("%s\n%dx%d, %d samples; start-up (context + post programs) %.0f ms\n", r.gpu.c_str(),
               o.width, o.height, o.samples, startup * 1000);
   std::printf("%-12s %14s %14s %16s\n", "type", "first pic ms", "sample ms", "samples*Mpx/s");
-  AppSettings settings;
+  RenderQuality settings;
   settings.resScale = 1;  // measure the requested size, not the automatic cap
   const double mpx = o.width * o.height / 1e6;
   double unclaimedStartup = startup;
@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
     in.height = o.height;
     in.windowFbo = platform::defaultFramebuffer(window);
     in.params = &p;
-    in.settings = &settings;
+    in.quality = settings;
     in.camera = cameraOf(p);
     in.targetSamples = 1;
     const double t0 = platform::now();

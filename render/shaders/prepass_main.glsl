@@ -1,19 +1,8 @@
 // Depth prepass: one conservative cone per 4x4 block of pixels, so that the
 // trace pass crosses empty space once per block instead of once per pixel.
-// Writes (start distance or 10000 when the cone escaped, steps, 0, 1).
-
-uniform vec2 uRes;  // the full render size, not the prepass size
-uniform vec2 uPixelOffset;  // a poster tile's corner in the picture, a multiple of 4
-uniform float uShift;
-uniform vec3 uCamPos;
-uniform mat3 uCam;
-uniform float uTanFov;
-uniform float uBound;
-uniform float uMaxDist;
-uniform int uMaxSteps;
-uniform float uDetail;
-
-out vec4 fragColor;
+// Writes (start distance or NO_HIT when the cone escaped, steps, 0, 1).
+// Follows the float library, the estimators and the view uniforms; a poster
+// tile's uPixelOffset is a multiple of 4 here.
 
 void main() {
   // gl_FragCoord sits at the texel centre, so fc is the middle of the block.
@@ -28,14 +17,14 @@ void main() {
     float b = dot(ro, rd);
     float h = b * b - dot(ro, ro) + uBound * uBound;
     if (h < 0.0) {
-      fragColor = vec4(10000.0, 0.0, 0.0, 1.0);
+      fragColor = vec4(NO_HIT, 0.0, 0.0, 1.0);
       return;
     }
     float sh = sqrt(h);
     tmin = max(0.0, -b - sh);
     tmax = min(tmax, -b + sh);
     if (tmax < 0.0) {
-      fragColor = vec4(10000.0, 0.0, 0.0, 1.0);
+      fragColor = vec4(NO_HIT, 0.0, 0.0, 1.0);
       return;
     }
   }
@@ -58,5 +47,5 @@ void main() {
     }
   }
   // Back off slightly so that no pixel of the block starts behind the surface.
-  fragColor = vec4(escaped ? 10000.0 : max(tmin, t * 0.995), steps, 0.0, 1.0);
+  fragColor = vec4(escaped ? NO_HIT : max(tmin, t * 0.995), steps, 0.0, 1.0);
 }

@@ -2,40 +2,7 @@
 // Density falls off with the estimated distance, the orbit trap colours the
 // emission, and a short two-tap march towards the light attenuates it.
 // Writes the same accumulation format as the trace pass (rgb, first depth).
-
-uniform sampler2D uPrev;
-uniform vec2 uRes;
-uniform vec2 uPixelOffset;  // a poster tile: where the target's corner sits in the picture
-uniform float uShift;
-uniform vec3 uCamPos;
-uniform mat3 uCam;
-uniform float uTanFov;
-uniform float uBound;
-uniform float uMaxDist;
-uniform int uMaxSteps;
-uniform float uSceneScale;
-uniform vec3 uLightDir;
-uniform float uLight;
-uniform vec3 uBgTop;
-uniform vec3 uBgBot;
-uniform vec3 uGlowCol;
-uniform int uFrame;
-uniform int uSeq;
-uniform float uHistory;
-
-out vec4 fragColor;
-
-vec2 hash22(vec2 p) {
-  vec3 p3 = fract(vec3(p.x, p.y, p.x) * vec3(0.1031, 0.1030, 0.0973));
-  p3 += dot(p3, p3.yzx + 33.33);
-  return fract(vec2(p3.x + p3.y, p3.x + p3.z) * vec2(p3.z, p3.y));
-}
-
-vec3 bg(vec3 rd, vec3 L) {
-  float sun = max(dot(rd, L), 0.0);
-  vec3 sky = mix(uBgBot, uBgTop, smoothstep(-0.3, 0.9, rd.y));
-  return sky + vec3(1.0, 0.85, 0.65) * (pow(sun, 24.0) * 0.06 + pow(sun, 400.0) * 0.4) * uLight;
-}
+// Follows the float library, the estimators, the view uniforms and the shading.
 
 // Extinction per unit length: dense (optical depth 1 over 3% of the scene
 // scale) inside, fading over a thin shell outside.
@@ -75,7 +42,7 @@ void main() {
   float shellStep = shellWidth();
   float t = tmin + shellStep * (stochastic ? rnd.y : 0.5);
   float transmit = 1.0;
-  float depth = 10000.0;
+  float depth = NO_HIT;
   vec3 col = vec3(0.0);
   for (int i = 0; i < uMaxSteps; i++) {
     if (!inBounds || t > tmax || transmit < 0.01) break;
@@ -90,18 +57,11 @@ void main() {
       vec3 emit = albedo(trap) * (uLight * exp(-tau) * 1.5 + 0.15) + uGlowCol * 0.2;
       col += transmit * a * emit;
       transmit *= 1.0 - a;
-      if (depth > 9999.0 && transmit < 0.5) depth = t;
+      if (depth == NO_HIT && transmit < 0.5) depth = t;
     }
     t += dt;
   }
   col += transmit * bg(rd, L);
 
-  if (any(isnan(col)) || any(isinf(col))) col = vec3(0.0);
-  col = min(col, vec3(32.0));
-  vec4 prev = texelFetch(uPrev, ivec2(gl_FragCoord.xy), 0);
-  if (uFrame == 0) {
-    fragColor = (uHistory > 0.0) ? vec4(mix(col, prev.rgb, uHistory), depth) : vec4(col, depth);
-  } else {
-    fragColor = vec4(mix(prev.rgb, col, 1.0 / float(uFrame + 1)), prev.a);
-  }
+  fragColor = accumulate(col, depth);
 }

@@ -375,7 +375,7 @@ TEST_F(Dispatch, RecordedPathHoldsTheCameraAndRendersFromTheFile) {
   in.params = &p.record;
   in.camera = cameraViewOf(c, p.record.fov);
   in.diveActive = true;
-  in.settings = &p.quality;
+  in.quality = renderQuality(p.quality);
   in.jitterSequence = 0;
   s->renderer.deep = false;
   s->renderer.focusDepth = 0;

@@ -24,7 +24,7 @@ TEST_F(RenderGl, DepthBoxAndPickingAgreeWithTheTrace) {
   p.tx = 0.9, p.ty = 0.6, p.tz = 0, p.yaw = 0, p.pitch = 0, p.dist = 3.4;
   Camera c;
   setCameraFromParams(c, p);
-  AppSettings s;
+  RenderQuality s;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
   FrameInput in = stillFrame(p, s, kW, kH, platform::defaultFramebuffer(window));  // the view of `c`

@@ -38,7 +38,7 @@ std::vector<float> driveStill(Renderer& r, const FrameInput& still, int samples,
 TEST_F(RenderGl, BandedSamplesEqualWholeSamples) {
   Renderer& r = *renderer;
   const FractalParams p = generateFromSeed("classic", "mandelbox");
-  AppSettings s;
+  RenderQuality s;
   s.prepass = false;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
@@ -52,8 +52,6 @@ TEST_F(RenderGl, BandedSamplesEqualWholeSamples) {
   const std::vector<float> whole = driveStill(r, in, samples, &wholeFrames);
   r.bandingMs = 0;
   const std::vector<float> banded = driveStill(r, in, samples, &bandedFrames);
-  r.bandMs = 35;
-  r.bandingMs = 80;
   // A new program's first sample is probed in growing bands (8, 16, the rest).
   EXPECT_EQ(wholeFrames, samples + 2);
   // The cost model survives the reset: every banded sample is 8, 8, 8, 6 rows.
@@ -73,7 +71,7 @@ TEST_F(RenderGl, DetailFollowsTheZoom) {
   FractalParams p = defaultsForType("menger");
   p.tx = p.ty = p.tz = 1;
   p.dist = 1e-6;
-  AppSettings grows;
+  RenderQuality grows;
   ASSERT_TRUE(grows.autoIter);  // the default
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
@@ -87,7 +85,7 @@ TEST_F(RenderGl, DetailFollowsTheZoom) {
 
   FractalParams q = p;
   q.iter = iter;
-  AppSettings fixed;
+  RenderQuality fixed;
   fixed.autoIter = false;
   fixed.maxSteps = grows.maxSteps + 400;  // the frame's growth is capped at 400 steps
   const std::vector<float> given = driveStill(r, stillFrame(q, fixed, w, h, fbo), 1, nullptr);
@@ -95,7 +93,7 @@ TEST_F(RenderGl, DetailFollowsTheZoom) {
   const ImageDiff same = compareImages("detail_given", given, deep, w, h, 1e-5f);
   EXPECT_EQ(same.differing, 0) << same;
 
-  AppSettings off;
+  RenderQuality off;
   off.autoIter = false;
   const std::vector<float> coarse = driveStill(r, stillFrame(p, off, w, h, fbo), 1, nullptr);
   EXPECT_EQ(renderStatus(r).iterations, int(std::floor(p.iter + 0.5)));
@@ -115,7 +113,7 @@ TEST_F(RenderGl, DetailFollowsTheZoom) {
 TEST_F(RenderGl, AdaptiveResolutionKeepsTheWindowsAspect) {
   Renderer& r = *renderer;
   const FractalParams p = defaultsForType("menger");
-  AppSettings s;
+  RenderQuality s;
   s.adaptive = true;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
@@ -130,7 +128,6 @@ TEST_F(RenderGl, AdaptiveResolutionKeepsTheWindowsAspect) {
   in.now += 1;
   renderFrame(r, in);
   const RenderStatus still = renderStatus(r);
-  r.bandingMs = 80;
   r.pacing.scale = 1;
   EXPECT_LT(moving.renderWidth, w * 3 / 4);
   EXPECT_GT(moving.renderWidth, 0);
@@ -146,7 +143,7 @@ TEST_F(RenderGl, AdaptiveResolutionKeepsTheWindowsAspect) {
 TEST_F(RenderGl, PictureIsFinalOnlyOnceTheViewRests) {
   Renderer& r = *renderer;
   const FractalParams p = defaultsForType("sierpinski");
-  AppSettings s;
+  RenderQuality s;
   s.adaptive = false;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
@@ -177,8 +174,6 @@ TEST_F(RenderGl, PictureIsFinalOnlyOnceTheViewRests) {
   in.now += 1;
   EXPECT_FALSE(renderFrame(r, in));
   EXPECT_TRUE(renderStatus(r).converged);
-  r.bandMs = kBandMs;
-  r.bandingMs = kBandingMs;
 }
 
 // A photo cut into 3 × 2 tiles equals the same photo drawn as one tile,
@@ -187,13 +182,13 @@ TEST_F(RenderGl, PictureIsFinalOnlyOnceTheViewRests) {
 TEST_F(RenderGl, TiledPhotoEqualsOneTile) {
   Renderer& r = *renderer;
   const FractalParams p = generateFromSeed("classic", "kifs");
-  AppSettings s;
+  RenderQuality s;
   const FrameInput in = stillFrame(p, s, 64, 48, platform::defaultFramebuffer(window));
   const int w = 40, h = 28, side = 16;
   std::vector<uint8_t> tiled, whole, single;
   r.photoTile = side;
   ASSERT_TRUE(renderPhoto(r, w, h, 2, in, tiled, nullptr));
-  r.photoTile = 512;
+  r.photoTile = kPhotoTile;
   ASSERT_TRUE(renderPhoto(r, w, h, 2, in, whole, nullptr));
   ASSERT_TRUE(renderPhoto(r, w, h, 1, in, single, nullptr));
   ASSERT_EQ(tiled.size(), size_t(w) * h * 4);

@@ -37,6 +37,12 @@ void RenderGl::TearDownTestSuite() {
 
 void RenderGl::SetUp() {
   if (!renderer) GTEST_SKIP() << skipReason;
+  // Tests shrink the budgets to force bands and tiles on small pictures; each
+  // starts from the product's own.
+  renderer->bandMs = kBandMs;
+  renderer->bandingMs = kBandingMs;
+  renderer->photoTile = kPhotoTile;
+  renderer->posterTile = kPosterTile;
 }
 
 CameraView cameraAt(const double pos[3], const float basis[9], double distance, double tanHalfFov) {
@@ -54,14 +60,14 @@ CameraView cameraOf(const FractalParams& p) {
   return cameraViewOf(c, p.fov);
 }
 
-FrameInput stillFrame(const FractalParams& p, const AppSettings& s, int w, int h, uint32_t fbo) {
+FrameInput stillFrame(const FractalParams& p, const RenderQuality& s, int w, int h, uint32_t fbo) {
   FrameInput in;
   in.now = 100;
   in.width = w;
   in.height = h;
   in.windowFbo = fbo;
   in.params = &p;
-  in.settings = &s;
+  in.quality = s;
   in.camera = cameraOf(p);
   return in;
 }

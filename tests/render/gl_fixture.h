@@ -3,7 +3,6 @@
 // run frames, read targets back and report image differences as PNGs.
 #pragma once
 
-#include "io/settings.h"
 #include "model/params.h"
 #include "render/passes.h"
 #include "render/renderer.h"
@@ -32,7 +31,7 @@ CameraView cameraOf(const FractalParams& p);
 CameraView cameraAt(const double pos[3], const float basis[9], double distance, double tanHalfFov);
 
 // A frame input for a still view of `p` at w×h.
-FrameInput stillFrame(const FractalParams& p, const AppSettings& s, int w, int h, uint32_t fbo);
+FrameInput stillFrame(const FractalParams& p, const RenderQuality& s, int w, int h, uint32_t fbo);
 // Runs frames (advancing the clock past any motion) until `samples` samples
 // are accumulated; false when that does not happen within a generous number.
 bool accumulate(Renderer& r, FrameInput in, int samples);

@@ -17,7 +17,7 @@
 
 namespace {
 
-const char* const kPasses[] = {"trace", "deep", "prepass", "volume"};
+const Pass kPasses[] = {Pass::Trace, Pass::Deep, Pass::Prepass, Pass::Volume};
 
 // Makes `p` the renderer's record (palette texture, lighting) for direct passes.
 void prepare(Renderer& r, const FractalParams& p) {
@@ -58,20 +58,20 @@ TEST_F(RenderGl, EveryProgramOfEveryTypeBuildsOnce) {
   EXPECT_NE(r.composite.id, 0u);
   EXPECT_NE(r.gpu.find(" · OpenGL "), std::string::npos);
   for (const FractalType& t : fractalTypes())
-    for (const char* pass : kPasses) {
+    for (Pass pass : kPasses) {
       r.errorText.clear();
-      EXPECT_NE(fractalProgram(r, t.key, pass), 0u) << pass << ":" << t.key << "\n" << r.errorText;
-      EXPECT_EQ(r.errorText, "") << pass << ":" << t.key;
+      EXPECT_NE(fractalProgram(r, t.key, pass).id, 0u) << passName(pass) << ":" << t.key << "\n" << r.errorText;
+      EXPECT_EQ(r.errorText, "") << passName(pass) << ":" << t.key;
     }
   const int attempts = r.linkAttempts;
-  const uint32_t again = fractalProgram(r, "mandelbulb", "trace");
-  EXPECT_EQ(again, r.programs.at("trace:mandelbulb"));
+  const Program again = fractalProgram(r, "mandelbulb", Pass::Trace);
+  EXPECT_EQ(again.id, r.programs.at("trace:mandelbulb").id);
   EXPECT_EQ(r.linkAttempts, attempts);  // served from the cache
 
   // An absent uniform is cached as -1 and setting it is harmless.
-  gl.UseProgram(again);
+  gl.UseProgram(again.id);
   setUniform(r, again, "uNotDeclared", 1.0f);
-  EXPECT_EQ(r.uniforms.at(again).at("uNotDeclared"), -1);
+  EXPECT_EQ(r.uniforms.at(again.id).at("uNotDeclared"), -1);
   EXPECT_EQ(gl.GetError(), GLenum(GL_NO_ERROR));
 }
 
@@ -79,19 +79,19 @@ TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
   Renderer& r = *renderer;
   std::string log;
   const std::string vs = fullscreenVertexSource();
-  EXPECT_EQ(linkProgram(log, vs, "#version 430 core\nvoid main() { nonsense; }\n"), 0u);
+  EXPECT_EQ(linkProgram(log, vs, "#version 430 core\nvoid main() { nonsense; }\n").id, 0u);
   EXPECT_FALSE(log.empty());
   const size_t fragmentLog = log.size();
   EXPECT_EQ(linkProgram(log, "#version 430 core\nvoid main() { gl_Position = 1; }\n",
-                        "#version 430 core\nvoid main() { nonsense; }\n"),
+                        "#version 430 core\nvoid main() { nonsense; }\n").id,
             0u);
   EXPECT_GT(log.size(), fragmentLog);  // both stages tried, both logs kept
 
   // A cached failure is not rebuilt; the driver reports it once.
   FractalParams p = defaultsForType("menger");
-  AppSettings s;
+  RenderQuality s;
   s.samples = 1;
-  r.programs["trace:menger"] = 0;
+  r.programs["trace:menger"] = Program{};
   r.errorText = "0:1(1): error: synthetic failure";
   const int attempts = r.linkAttempts;
   FrameInput in = stillFrame(p, s, 64, 48, platform::defaultFramebuffer(window));
@@ -112,7 +112,7 @@ TEST_F(RenderGl, ShaderFailuresAreLoggedCachedAndShownOnce) {
 TEST_F(RenderGl, ClassicBulbHitsTheCentreAndLeavesTheCornersEmpty) {
   Renderer& r = *renderer;
   const FractalParams p = generateFromSeed("classic", "mandelbulb");
-  AppSettings s;
+  RenderQuality s;
   std::string error;
   ASSERT_TRUE(setFractal(r, p, error)) << error;
   FrameInput in = stillFrame(p, s, 80, 60, platform::defaultFramebuffer(window));
@@ -128,7 +128,7 @@ TEST_F(RenderGl, ClassicBulbHitsTheCentreAndLeavesTheCornersEmpty) {
   in.now = 1e4;
   EXPECT_FALSE(renderFrame(r, in));
   std::vector<uint8_t> px;
-  readWindowPixels(r, in.windowFbo, 80, 60, px);
+  readWindowPixels(r, Framebuffer{in.windowFbo}, 80, 60, px);
   ASSERT_EQ(px.size(), 80u * 60u * 4u);
   const uint8_t* centre = &px[(30 * 80 + 40) * 4];
   const uint8_t* corner = &px[0];
@@ -279,7 +279,7 @@ TEST_F(RenderGl, DeepResolvesDetailWhereFloatRunsOut) {
 TEST_F(RenderGl, PhotoReturnsPixelsAndReportsProgress) {
   Renderer& r = *renderer;
   const FractalParams p = generateFromSeed("classic", "kifs");
-  AppSettings s;
+  RenderQuality s;
   const FrameInput in = stillFrame(p, s, 64, 48, platform::defaultFramebuffer(window));
   std::vector<uint8_t> px;
   int calls = 0;

@@ -34,9 +34,9 @@ struct PostScene {
   }
   // Post-processes the used usedW×usedH part; returns the 8-bit picture.
   std::vector<uint8_t> run(Renderer& r, int usedW = 0, int usedH = 0) {
-    postPass(r, accum, usedW ? usedW : w, usedH ? usedH : h, bloom0, bloom1, out.fbo.id, w, h);
+    postPass(r, accum, usedW ? usedW : w, usedH ? usedH : h, bloom0, bloom1, out.fbo, w, h);
     std::vector<uint8_t> px;
-    readWindowPixels(r, out.fbo.id, w, h, px);
+    readWindowPixels(r, out.fbo, w, h, px);
     return px;
   }
 };

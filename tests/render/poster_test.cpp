@@ -89,7 +89,7 @@ TEST_F(RenderGl, TiledPosterEqualsOnePiecePhoto) {
   p.ambient = 2;
   p.bloom = 1.0;
   p.vignette = 0.8;
-  AppSettings s;
+  RenderQuality s;
   const FrameInput in = stillFrame(p, s, 64, 48, platform::defaultFramebuffer(window));
   const int w = 480, h = 122, samples = 2;
   renderFrame(r, in);  // fills the palette texture from the record
@@ -123,5 +123,4 @@ TEST_F(RenderGl, TiledPosterEqualsOnePiecePhoto) {
   r.posterTile = 32;
   std::vector<uint8_t> plain = posterRows(r, w, h, samples, dullIn, 0, h);
   EXPECT_LE(worstDifference(plain, noBloom, w, h), 1);
-  r.posterTile = kPosterTile;
 }

@@ -34,7 +34,7 @@ struct AppRun {
 
 std::vector<float> picture(Renderer& r, uint32_t fbo) {
   const FractalParams p = defaultsForType("sierpinski");
-  AppSettings s;
+  RenderQuality s;
   std::string error;
   EXPECT_TRUE(setFractal(r, p, error)) << error;
   EXPECT_TRUE(accumulate(r, stillFrame(p, s, 24, 16, fbo), 1));
@@ -55,7 +55,7 @@ TEST_F(RenderGl, ProgramBinariesAreReusedAcrossRuns) {
     EXPECT_GE(first.r.programCache.stored, 1);
   }
   const std::string path = programCachePath(AppRun(folder).r.programCache, fullscreenVertexSource(),
-                                            composeFractalSource("sierpinski", "trace"));
+                                            composeFractalSource("sierpinski", Pass::Trace));
   ASSERT_TRUE(std::filesystem::exists(path));
   {
     AppRun second(folder);
@@ -78,7 +78,7 @@ TEST_F(RenderGl, ProgramBinariesAreReusedAcrossRuns) {
   for (const std::string& bad : {foreign, flipped}) {
     ASSERT_TRUE(writeFileAtomic(path, bad));
     AppRun run(folder);
-    ASSERT_NE(fractalProgram(run.r, "sierpinski", "trace"), 0u);
+    ASSERT_NE(fractalProgram(run.r, "sierpinski", Pass::Trace).id, 0u);
     EXPECT_EQ(run.r.programCache.loaded, 0);
     EXPECT_EQ(run.r.linkAttempts, 1);
     EXPECT_TRUE(run.r.errorText.empty()) << run.r.errorText;

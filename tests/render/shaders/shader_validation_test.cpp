@@ -22,9 +22,9 @@ namespace {
 namespace fs = std::filesystem;
 
 // The header lines the renderer puts before the float library: the version
-// line and the type's defines.
+// line, the type's defines and the no-hit depths.
 std::string fractalHeader(const FractalType& type) {
-  const std::string text = composeFractalSource(type.key, "prepass");
+  const std::string text = composeFractalSource(type.key, Pass::Prepass);
   return text.substr(0, text.find(shader_src::floatLibrary));
 }
 
@@ -91,11 +91,14 @@ TEST(ShaderEmbedding, EmbeddedTextsAreTheGlslFilesVerbatim) {
   const std::pair<const char*, const char*> pieces[] = {
       {"fullscreen.vert.glsl", shader_src::fullscreenVert},
       {"float_library.glsl", shader_src::floatLibrary},
-      {"trace_main1.glsl", shader_src::traceMain1},
-      {"trace_main2.glsl", shader_src::traceMain2},
+      {"float_estimators.glsl", shader_src::floatEstimators},
+      {"double_library.glsl", shader_src::doubleLibrary},
+      {"view.glsl", shader_src::viewUniforms},
+      {"shading.glsl", shader_src::shading},
+      {"trace_main.glsl", shader_src::traceMain},
       {"prepass_main.glsl", shader_src::prepassMain},
       {"volume_main.glsl", shader_src::volumeMain},
-      {"deep.glsl", shader_src::deepShader},
+      {"deep_main.glsl", shader_src::deepMain},
       {"bright_pass.frag.glsl", shader_src::brightPass},
       {"blur.frag.glsl", shader_src::blur},
       {"composite.frag.glsl", shader_src::composite},
@@ -103,18 +106,16 @@ TEST(ShaderEmbedding, EmbeddedTextsAreTheGlslFilesVerbatim) {
   for (const auto& [file, embedded] : pieces) {
     std::string expected = readFile(fs::path(QTX_SHADER_DIR) / file);
     ASSERT_FALSE(expected.empty()) << file;
-    // The deep text is larger than one literal chunk, so this also covers the
-    // joins between chunks.
     EXPECT_EQ(std::string(embedded), expected) << file;
   }
-  EXPECT_GT(std::string(shader_src::deepShader).size(), 16000u);
 
   // The header is the fractal programs' only version line; the shared texts
   // carry the browser's and are swapped at run time.
   std::string library = shader_src::floatLibrary;
   EXPECT_EQ(library.rfind("precision highp float;\nprecision highp int;", 0), 0u);
-  for (const char* piece : {shader_src::floatLibrary, shader_src::traceMain1, shader_src::traceMain2,
-                            shader_src::prepassMain, shader_src::volumeMain, shader_src::deepShader}) {
+  for (const char* piece : {shader_src::floatLibrary, shader_src::floatEstimators, shader_src::doubleLibrary,
+                            shader_src::viewUniforms, shader_src::shading, shader_src::traceMain,
+                            shader_src::prepassMain, shader_src::volumeMain, shader_src::deepMain}) {
     EXPECT_EQ(std::string(piece).find("#version"), std::string::npos);
   }
   for (const char* piece : {shader_src::fullscreenVert, shader_src::brightPass, shader_src::blur,
@@ -127,8 +128,8 @@ TEST(ShaderValidation, EveryFractalProgramCompilesAsDesktopGlsl430) {
   REQUIRE_VALIDATOR();
   ShaderFiles files;
   for (const FractalType& type : fractalTypes()) {
-    for (const char* pass : {"trace", "prepass", "volume", "deep"}) {
-      files.add(std::string(pass) + "_" + type.key + ".frag", composeFractalSource(type.key, pass));
+    for (Pass pass : {Pass::Trace, Pass::Prepass, Pass::Volume, Pass::Deep}) {
+      files.add(std::string(passName(pass)) + "_" + type.key + ".frag", composeFractalSource(type.key, pass));
     }
   }
   Validation result = files.validate();
@@ -167,7 +168,8 @@ TEST(ShaderValidation, FloatLibraryIsValidGlslEs300ForEveryEstimator) {
     std::string header = fractalHeader(type);
     ASSERT_EQ(header.rfind("#version 430 core\n", 0), 0u) << type.key;
     header.replace(0, 18, "#version 300 es\n");
-    files.add(std::string("library_es_") + type.key + ".frag", header + shader_src::floatLibrary + probe);
+    files.add(std::string("library_es_") + type.key + ".frag",
+              header + shader_src::floatLibrary + shader_src::floatEstimators + probe);
   }
   Validation result = files.validate();
   EXPECT_EQ(result.status, 0) << result.log;
@@ -182,9 +184,9 @@ TEST(ShaderValidation, RejectsBrokenTextsAndAMissingEstimatorDefine) {
     files.add("broken.frag", "#version 430 core\nout vec4 fragColor;\nvoid main() { fragColor = vec5(1.0); }\n");
     EXPECT_NE(files.validate().status, 0);
   }
-  for (const char* piece : {shader_src::floatLibrary, shader_src::deepShader}) {
+  for (const char* estimators : {shader_src::floatEstimators, shader_src::doubleLibrary}) {
     ShaderFiles files;
-    files.add("no_define.frag", std::string("#version 430 core\n") + piece);
+    files.add("no_define.frag", std::string("#version 430 core\n") + shader_src::floatLibrary + estimators);
     Validation result = files.validate();
     EXPECT_NE(result.status, 0);
     EXPECT_NE(result.log.find("no distance estimator selected"), std::string::npos) << result.log;

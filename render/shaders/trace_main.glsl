@@ -1,62 +1,8 @@
-// Trace pass, first half: uniforms, helpers and the march. Follows the float
-// library; the text continues in trace_main2.glsl (the split is arbitrary).
-// One call adds one sample per pixel to the running mean in uPrev.
+// Trace pass: the float march of one sample per pixel, after the float
+// library, the estimators, the view uniforms and the shading. One call adds
+// one sample per pixel to the running mean in uPrev.
 
-// [SECTION] Trace uniforms
-uniform sampler2D uPrev;  // accumulated image, rgb + first sample's depth
-uniform sampler2D uPre;   // depth prepass, one texel per 4x4 block
-uniform int uUsePre;
-uniform int uFast;
-uniform int uGI;
-uniform vec4 uFrustum;    // left, right, bottom, top tangents; x == y: none
-uniform vec2 uRes;
-uniform vec2 uPixelOffset;  // a poster tile: where the target's corner sits in the picture
-uniform vec2 uJitter;
-uniform float uShift;
-uniform int uFrame;
-uniform int uSeq;
-uniform float uHistory;
-uniform float uMetal;
-uniform float uIrid;
-uniform vec3 uCamPos;
-uniform mat3 uCam;        // columns right, up, forward
-uniform float uTanFov;
-uniform float uAperture;
-uniform float uFocus;
-uniform float uBound;
-uniform float uMaxDist;
-uniform int uMaxSteps;
-uniform float uDetail;
-uniform float uSceneScale;
-uniform vec3 uLightDir;
-uniform float uLight;
-uniform float uAmbient;
-uniform float uSpec;
-uniform float uShadowSoft;
-uniform int uShadows;
-uniform int uAO;
-uniform float uGlow;
-uniform vec3 uGlowCol;
-uniform float uFog;
-uniform vec3 uBgTop;
-uniform vec3 uBgBot;
-
-out vec4 fragColor;
-
-// [SECTION] Helpers
-
-vec2 hash22(vec2 p) {
-  vec3 p3 = fract(vec3(p.x, p.y, p.x) * vec3(0.1031, 0.1030, 0.0973));
-  p3 += dot(p3, p3.yzx + 33.33);
-  return fract(vec2(p3.x + p3.y, p3.x + p3.z) * vec2(p3.z, p3.y));
-}
-
-// Sky gradient plus a broad and a tight sun highlight.
-vec3 bg(vec3 rd, vec3 L) {
-  float sun = max(dot(rd, L), 0.0);
-  vec3 sky = mix(uBgBot, uBgTop, smoothstep(-0.3, 0.9, rd.y));
-  return sky + vec3(1.0, 0.85, 0.65) * (pow(sun, 24.0) * 0.06 + pow(sun, 400.0) * 0.4) * uLight;
-}
+// [SECTION] Normal, shadow, occlusion and bounce
 
 // Tetrahedral central difference: four estimates instead of six.
 vec3 calcNormal(vec3 p, float e) {
@@ -73,15 +19,12 @@ float softShadow(vec3 ro, vec3 rd, float tmin, float tmax, float k, int maxSteps
   float t = tmin;
   for (int i = 0; i < maxSteps; i++) {
     float h = map(ro + rd * t);
-    float y = h * h / (2.0 * ph);
-    float d = sqrt(max(h * h - y * y, 0.0));
-    res = min(res, k * d / max(0.0, t - y));
+    res = penumbra(res, h, ph, t, k);
     ph = h;
     t += clamp(h, tmin, tmax * 0.08);
     if (res < 0.002 || t > tmax) break;
   }
-  res = clamp(res, 0.0, 1.0);
-  return res * res * (3.0 - 2.0 * res);
+  return shadowFactor(res);
 }
 
 float calcAO(vec3 p, vec3 n, float sc, int taps) {
@@ -149,13 +92,7 @@ void main() {
     ro += (uCam[0] * cos(a) + uCam[1] * sin(a)) * radius;
     rd = normalize(fp - ro);
   }
-  if (stochastic) {
-    // An area light by accumulation: each sample sees a slightly moved sun.
-    vec2 q = hash22(f.yx * 1.37 + seq * 7.7) - 0.5;
-    vec3 tx = normalize(cross(L, abs(L.y) < 0.99 ? vec3(0.0, 1.0, 0.0) : vec3(1.0, 0.0, 0.0)));
-    vec3 ty = cross(L, tx);
-    L = normalize(L + (tx * q.x + ty * q.y) * 0.06);
-  }
+  if (stochastic) L = jitterLight(L, f, seq);
 
   float tmin = 0.0;
   float tmax = uMaxDist;
@@ -184,7 +121,7 @@ void main() {
   if (inBounds && uUsePre == 1) {
     vec4 pre = texelFetch(uPre, pixel / 4, 0);
     steps = pre.g;
-    if (pre.r >= 9000.0) march = false;  // the block's cone escaped
+    if (pre.r >= HIT_LIMIT) march = false;  // the block's cone escaped
     else t = max(t, pre.r);
   }
   if (march) {
@@ -201,3 +138,37 @@ void main() {
       if (t > tmax) break;
     }
   }
+
+  // [SECTION] Shading
+  vec3 sunCol = sunColour();
+  vec3 ambCol = ambientColour();
+  vec3 sky = bg(rd, L);
+  vec3 col = sky;
+  if (hit) {
+    vec3 p = ro + rd * t;
+    vec3 n = calcNormal(p, eps * 0.5);
+    vec3 alb = albedo(trap);
+    int shadowSteps = (uFast == 1) ? 24 : 64;
+
+    float dif = max(dot(n, L), 0.0);
+    float sh = 1.0;
+    if (uShadows == 1 && dif > 0.0) {
+      sh = softShadow(p + n * eps * 2.0, L, eps * 4.0, uSceneScale * 2.5, uShadowSoft, shadowSteps);
+    }
+    float ao = 1.0;
+    if (uAO == 1) ao = calcAO(p, n, uSceneScale * 0.12, (uFast == 1) ? 3 : 5);
+
+    vec3 lin;
+    if (uGI == 1) {
+      vec2 q = hash22(f * 0.731 + seq * 13.17);
+      vec3 li = giBounce(p, n, eps, pix, t, q, L, sunCol, ambCol, shadowSteps);
+      lin = sunCol * dif * sh * 1.7 + li * (0.6 + 0.6 * uAmbient);
+    } else {
+      lin = directLight(n, rd, alb, dif, sh, ao, sunCol, ambCol);
+    }
+    col = shadeSurface(n, rd, L, alb, trap, dif, sh, ao, lin, sunCol, ambCol);
+    col = fog(col, sky, t / uSceneScale);
+  }
+
+  fragColor = accumulate(glow(col, steps), hit ? t : NO_HIT);
+}
