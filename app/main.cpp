@@ -446,6 +446,8 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  // Unattended runs wait for their programs, so they never draw a half-ready state.
+  useBackgroundBuilds(s->renderer, !s->unattended);
   if (run.film()) {
     const int status = runFilm(*s, run.opts);
     destroyRenderer(s->renderer);

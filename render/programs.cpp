@@ -2,11 +2,13 @@
 #include "render/programs.h"
 
 #include "render/gl.h"
+#include "render/program_builder.h"
 #include "render/shader_text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 // [SECTION] Compile and link
 
@@ -31,36 +33,42 @@ void appendProgramLog(std::string& errorText, GLuint program) {
 
 }  // namespace
 
-uint32_t compileShader(std::string& errorText, uint32_t stage, const std::string& source) {
-  const GLuint shader = gl.CreateShader(stage);
-  const char* text = source.c_str();
-  gl.ShaderSource(shader, 1, &text, nullptr);
-  gl.CompileShader(shader);
-  GLint ok = 0;
-  gl.GetShaderiv(shader, GL_COMPILE_STATUS, &ok);
-  if (ok) return shader;
-  appendShaderLog(errorText, shader);
-  gl.DeleteShader(shader);
-  return 0;
+PendingProgram startProgram(const std::string& vertexSource, const std::string& fragmentSource) {
+  PendingProgram p;
+  p.vertex = gl.CreateShader(GL_VERTEX_SHADER);
+  p.fragment = gl.CreateShader(GL_FRAGMENT_SHADER);
+  const char* texts[2] = {vertexSource.c_str(), fragmentSource.c_str()};
+  gl.ShaderSource(p.vertex, 1, &texts[0], nullptr);
+  gl.ShaderSource(p.fragment, 1, &texts[1], nullptr);
+  gl.CompileShader(p.vertex);
+  gl.CompileShader(p.fragment);
+  p.program = gl.CreateProgram();
+  gl.AttachShader(p.program, p.vertex);
+  gl.AttachShader(p.program, p.fragment);
+  gl.LinkProgram(p.program);
+  return p;
+}
+
+uint32_t finishProgram(std::string& errorText, PendingProgram& p) {
+  GLint vertexOk = 0, fragmentOk = 0, linked = 0;
+  gl.GetShaderiv(p.vertex, GL_COMPILE_STATUS, &vertexOk);
+  gl.GetShaderiv(p.fragment, GL_COMPILE_STATUS, &fragmentOk);
+  if (!vertexOk) appendShaderLog(errorText, p.vertex);
+  if (!fragmentOk) appendShaderLog(errorText, p.fragment);
+  if (vertexOk && fragmentOk) gl.GetProgramiv(p.program, GL_LINK_STATUS, &linked);
+  if (vertexOk && fragmentOk && !linked) appendProgramLog(errorText, p.program);
+  gl.DeleteShader(p.vertex);
+  gl.DeleteShader(p.fragment);
+  uint32_t program = std::exchange(p.program, 0u);
+  if (!linked) gl.DeleteProgram(program);
+  p = PendingProgram{};
+  return linked ? program : 0;
 }
 
 uint32_t linkProgram(std::string& errorText, const std::string& vertexSource,
                      const std::string& fragmentSource) {
-  const GLuint vs = compileShader(errorText, GL_VERTEX_SHADER, vertexSource);
-  const GLuint fs = compileShader(errorText, GL_FRAGMENT_SHADER, fragmentSource);
-  if (!vs || !fs) return 0;
-  const GLuint program = gl.CreateProgram();
-  gl.AttachShader(program, vs);
-  gl.AttachShader(program, fs);
-  gl.LinkProgram(program);
-  gl.DeleteShader(vs);
-  gl.DeleteShader(fs);
-  GLint ok = 0;
-  gl.GetProgramiv(program, GL_LINK_STATUS, &ok);
-  if (ok) return program;
-  appendProgramLog(errorText, program);
-  gl.DeleteProgram(program);
-  return 0;
+  PendingProgram p = startProgram(vertexSource, fragmentSource);
+  return finishProgram(errorText, p);
 }
 
 // [SECTION] Uniform cache and setters
@@ -120,6 +128,7 @@ uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::stri
   key.assign(pass).append(1, ':').append(typeKey);
   const auto it = r.programs.find(key);
   if (it != r.programs.end()) return it->second;
+  if (finishProgramBuild(r, key)) return r.programs.at(key);  // started in the background: wait for it
   const std::string vertex = fullscreenVertexSource(), fragment = composeFractalSource(typeKey, pass);
   uint32_t program = loadCachedProgram(r.programCache, vertex, fragment);
   if (!program) {

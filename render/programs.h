@@ -16,12 +16,18 @@ struct IVec4 { int32_t x, y, z, w; };
 struct Mat3 { float m[9]; };  // column-major
 struct DVec3 { double x, y, z; };
 
-// Returns the shader object, or 0 with the compile log appended to errorText.
-uint32_t compileShader(std::string& errorText, uint32_t stage, const std::string& source);
-// Compiles vertex then fragment (both always tried) and links. Returns 0 on
-// any failure with the logs appended in that order. When only one stage
-// compiled, that shader object is left allocated: a small accepted leak on a
-// path that is reported to the user anyway.
+// A program whose shaders are compiled and linked as far as the driver goes
+// without being asked for a result: with parallel compiling it works on in
+// its own threads, otherwise the work is done by the time this returns.
+struct PendingProgram {
+  uint32_t program = 0, vertex = 0, fragment = 0;
+};
+PendingProgram startProgram(const std::string& vertexSource, const std::string& fragmentSource);
+// The linked program, or 0 with the compile logs (vertex, then fragment) or,
+// when both compiled, the link log appended to errorText. Waits for the
+// driver when it is not done yet; `p` is spent either way.
+uint32_t finishProgram(std::string& errorText, PendingProgram& p);
+// Both of the above at once.
 uint32_t linkProgram(std::string& errorText, const std::string& vertexSource,
                      const std::string& fragmentSource);
 
@@ -39,8 +45,9 @@ void setUniform(Renderer& r, uint32_t program, const char* name, const Mat3& v);
 void setUniform(Renderer& r, uint32_t program, const char* name, double v);
 void setUniform(Renderer& r, uint32_t program, const char* name, DVec3 v);
 
-// The program of `pass` for the type, built on first use and cached under
-// "pass:type"; 0 (cached as well) when it failed, logs in r.errorText.
+// The program of `pass` for the type, built on first use (or the background
+// build of it waited for) and cached under "pass:type"; 0 (cached as well)
+// when it failed, logs in r.errorText.
 uint32_t fractalProgram(Renderer& r, const std::string& typeKey, const std::string& pass);
 
 // Fractal uniforms of the current program; `iterations` 0 means the record's

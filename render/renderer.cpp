@@ -68,6 +68,7 @@ void useProgramCache(Renderer& r, const std::string& folder) { openProgramCache(
 
 void destroyRenderer(Renderer& r) {
   if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
+  dropProgramBuilds(r);
   for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);
   for (auto& [key, prog] : r.programs)
     if (prog) gl.DeleteProgram(prog);
@@ -138,6 +139,7 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
+  if (r.builder.background && !programSettled(r, p.type, "trace")) return true;
   if (fractalProgram(r, p.type, "trace")) return true;
   error = "Не удалось скомпилировать шейдер фрактала:\n" + r.errorText;
   return false;
@@ -326,7 +328,10 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.settings->samples;
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
-  if (tracing) {
+  // In the background a program still building traces nothing: the window
+  // keeps the last picture until it links.
+  const bool ready = !r.builder.background || frameProgramsReady(r, *in.params, r.deep, in.settings->prepass);
+  if (tracing && ready) {
     completed = traceStep(r, in, moving, plan);
     r.movingSamples = r.movingSamples || moving;
   }
@@ -343,7 +348,9 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
     }
   }
   const bool failed = r.shaderErrorShown;
-  return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget;
+  const bool deepAllowed = canUseDoublePrecision(*in.params) && in.settings->deep != 1;
+  const bool aheadLeft = buildAhead(r, *in.params, deepAllowed, pictureFinal && ready);
+  return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget || aheadLeft;
 }
 
 // [SECTION] Queries and readback
@@ -360,6 +367,7 @@ RenderStatus renderStatus(const Renderer& r) {
   s.renderHeight = r.renderHeight;
   s.iterations = r.iterations;
   s.fps = r.fps;
+  s.building = r.builder.waiting;
   return s;
 }
 
