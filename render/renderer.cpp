@@ -329,8 +329,11 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
   // In the background a program still building traces nothing: the window
-  // keeps the last picture until it links.
-  const bool ready = !r.builder.background || frameProgramsReady(r, *in.params, r.deep, in.settings->prepass);
+  // keeps the last picture until it links. Unattended frames (a film's
+  // plan drawn from the window) wait for it instead.
+  const bool background = r.builder.background && !in.unattended;
+  r.builder.waiting = false;
+  const bool ready = !background || frameProgramsReady(r, *in.params, r.deep, in.settings->prepass);
   if (tracing && ready) {
     completed = traceStep(r, in, moving, plan);
     r.movingSamples = r.movingSamples || moving;
@@ -349,7 +352,7 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   }
   const bool failed = r.shaderErrorShown;
   const bool deepAllowed = canUseDoublePrecision(*in.params) && in.settings->deep != 1;
-  const bool aheadLeft = buildAhead(r, *in.params, deepAllowed, pictureFinal && ready);
+  const bool aheadLeft = background && buildAhead(r, *in.params, deepAllowed, pictureFinal && ready);
   return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget || aheadLeft;
 }
 
