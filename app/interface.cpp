@@ -47,6 +47,7 @@ StatusInfo statusInfo(const AppState& s, int width, int height, double now) {
   st.zoom = st.cameraDistance > 0 ? framing / st.cameraDistance : 1.0;
   st.deep = rs.deep;
   st.deepRefused = rs.deepRefused;
+  st.building = rs.building;
   // The last message is kept after it expires; it is copied only while shown.
   st.messageShown = now < s.toastUntil && !s.toastText.empty();
   if (st.messageShown) st.message = s.toastText;

@@ -445,6 +445,8 @@ int runProgram(Run& run) {
     platform::destroyWindow(window);
     return 1;
   }
+  // Unattended runs wait for their programs, so they never draw a half-ready state.
+  useBackgroundBuilds(s->renderer, !nobodyWatches(s->mode));
   if (run.film()) {
     const int status = runFilm(*s, run.opts);
     destroyRenderer(s->renderer);

@@ -77,9 +77,16 @@
   X(PFNGLGETPROGRAMBINARYPROC, GetProgramBinary)                     \
   X(PFNGLPROGRAMBINARYPROC, ProgramBinary)
 
+// Entries a driver may lack: null then, and the caller does without.
+#define QTX_GL_OPTIONAL_FUNCTIONS(X)                                 \
+  X(PFNGLGETSTRINGIPROC, GetStringi)                                 \
+  X(PFNGLMAXSHADERCOMPILERTHREADSKHRPROC, MaxShaderCompilerThreadsKHR) \
+  X(PFNGLMAXSHADERCOMPILERTHREADSARBPROC, MaxShaderCompilerThreadsARB)
+
 struct GlApi {
 #define QTX_GL_MEMBER(type, name) type name = nullptr;
   QTX_GL_FUNCTIONS(QTX_GL_MEMBER)
+  QTX_GL_OPTIONAL_FUNCTIONS(QTX_GL_MEMBER)
 #undef QTX_GL_MEMBER
 };
 
@@ -91,3 +98,6 @@ extern GlApi gl;
 // function cannot be found. A loader result of 1, 2, 3 or all bits set counts
 // as missing: some drivers return those instead of null.
 bool loadGlFunctions(void* (*loader)(const char* name), std::string& missing);
+
+// Whether the current context lists the extension (exact name).
+bool hasGlExtension(const char* name);

@@ -3,11 +3,13 @@
 
 #include "model/assert.h"
 #include "render/gl.h"
+#include "render/program_builder.h"
 #include "render/shader_text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 // [SECTION] Compile and link
 
@@ -36,39 +38,42 @@ void deleteShader(Shader shader) {
 
 }  // namespace
 
-Shader compileShader(std::string& error, uint32_t stage, const std::string& source) {
-  const GLuint shader = gl.CreateShader(stage);
-  const char* text = source.c_str();
-  gl.ShaderSource(shader, 1, &text, nullptr);
-  gl.CompileShader(shader);
-  GLint ok = 0;
-  gl.GetShaderiv(shader, GL_COMPILE_STATUS, &ok);
-  if (ok) return Shader{shader};
-  appendShaderLog(error, shader);
-  gl.DeleteShader(shader);
-  return {};
+PendingProgram startProgram(const std::string& vertexSource, const std::string& fragmentSource) {
+  PendingProgram p;
+  p.vertex.id = gl.CreateShader(GL_VERTEX_SHADER);
+  p.fragment.id = gl.CreateShader(GL_FRAGMENT_SHADER);
+  const char* texts[2] = {vertexSource.c_str(), fragmentSource.c_str()};
+  gl.ShaderSource(p.vertex.id, 1, &texts[0], nullptr);
+  gl.ShaderSource(p.fragment.id, 1, &texts[1], nullptr);
+  gl.CompileShader(p.vertex.id);
+  gl.CompileShader(p.fragment.id);
+  p.program.id = gl.CreateProgram();
+  gl.AttachShader(p.program.id, p.vertex.id);
+  gl.AttachShader(p.program.id, p.fragment.id);
+  gl.LinkProgram(p.program.id);
+  return p;
+}
+
+Program finishProgram(std::string& error, PendingProgram& p) {
+  GLint vertexOk = 0, fragmentOk = 0, linked = 0;
+  gl.GetShaderiv(p.vertex.id, GL_COMPILE_STATUS, &vertexOk);
+  gl.GetShaderiv(p.fragment.id, GL_COMPILE_STATUS, &fragmentOk);
+  if (!vertexOk) appendShaderLog(error, p.vertex.id);
+  if (!fragmentOk) appendShaderLog(error, p.fragment.id);
+  if (vertexOk && fragmentOk) gl.GetProgramiv(p.program.id, GL_LINK_STATUS, &linked);
+  if (vertexOk && fragmentOk && !linked) appendProgramLog(error, p.program.id);
+  // Whatever happened, no shader object outlives the build.
+  deleteShader(p.vertex);
+  deleteShader(p.fragment);
+  const Program program = std::exchange(p.program, Program{});
+  if (!linked) gl.DeleteProgram(program.id);
+  p = PendingProgram{};
+  return linked ? program : Program{};
 }
 
 Program linkProgram(std::string& error, const std::string& vertexSource, const std::string& fragmentSource) {
-  const Shader vs = compileShader(error, GL_VERTEX_SHADER, vertexSource);
-  const Shader fs = compileShader(error, GL_FRAGMENT_SHADER, fragmentSource);
-  if (!vs.id || !fs.id) {
-    deleteShader(vs);
-    deleteShader(fs);
-    return {};
-  }
-  const GLuint program = gl.CreateProgram();
-  gl.AttachShader(program, vs.id);
-  gl.AttachShader(program, fs.id);
-  gl.LinkProgram(program);
-  deleteShader(vs);
-  deleteShader(fs);
-  GLint ok = 0;
-  gl.GetProgramiv(program, GL_LINK_STATUS, &ok);
-  if (ok) return Program{program};
-  appendProgramLog(error, program);
-  gl.DeleteProgram(program);
-  return {};
+  PendingProgram p = startProgram(vertexSource, fragmentSource);
+  return finishProgram(error, p);
 }
 
 // [SECTION] Uniform cache and setters
@@ -128,6 +133,7 @@ Program fractalProgram(Renderer& r, const std::string& typeKey, Pass pass) {
   key.assign(passName(pass)).append(1, ':').append(typeKey);
   const auto it = r.programs.find(key);
   if (it != r.programs.end()) return it->second;
+  if (finishProgramBuild(r, key)) return r.programs.at(key);  // started in the background: wait for it
   const std::string vertex = fullscreenVertexSource(), fragment = composeFractalSource(typeKey, pass);
   Program program = loadCachedProgram(r.programCache, vertex, fragment);
   if (!program.id) {

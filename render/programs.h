@@ -17,11 +17,20 @@ struct IVec4 { int32_t x, y, z, w; };
 struct Mat3 { float m[9]; };  // column-major
 struct DVec3 { double x, y, z; };
 
-// The shader object, or none with the compile log appended to `error`.
-Shader compileShader(std::string& error, uint32_t stage, const std::string& source);
-// Compiles vertex then fragment (both always tried, so that both logs are
-// seen) and links. Returns none on any failure with the logs appended in that
-// order; no shader object outlives the call.
+// A program whose shaders are compiled and linked as far as the driver goes
+// without being asked for a result: with parallel compiling it works on in
+// its own threads, otherwise the work is done by the time this returns.
+struct PendingProgram {
+  Program program;
+  Shader vertex, fragment;
+};
+PendingProgram startProgram(const std::string& vertexSource, const std::string& fragmentSource);
+// The linked program, or none with the compile logs (vertex, then fragment)
+// or, when both compiled, the link log appended to `error`. Waits for the
+// driver when it is not done yet; `p` is spent either way and no shader
+// object outlives it.
+Program finishProgram(std::string& error, PendingProgram& p);
+// Both of the above at once.
 Program linkProgram(std::string& error, const std::string& vertexSource, const std::string& fragmentSource);
 
 // Cached location; -1 (absent or optimised away) is cached too.
@@ -38,8 +47,9 @@ void setUniform(Renderer& r, Program program, const char* name, const Mat3& v);
 void setUniform(Renderer& r, Program program, const char* name, double v);
 void setUniform(Renderer& r, Program program, const char* name, DVec3 v);
 
-// The program of `pass` for the type, built on first use and cached under
-// "pass:type"; none (cached as well) when it failed, logs in r.errorText.
+// The program of `pass` for the type, built on first use (or the background
+// build of it waited for) and cached under "pass:type"; none (cached as well)
+// when it failed, logs in r.errorText.
 Program fractalProgram(Renderer& r, const std::string& typeKey, Pass pass);
 
 // Fractal uniforms of the current program; `iterations` 0 means the record's

@@ -9,6 +9,7 @@
 
 #include "model/depth_codes.h"
 #include "model/tables.h"
+#include "model/utf8.h"
 #include "render/frame_math.h"
 #include "render/gl.h"
 #include "render/passes.h"
@@ -69,6 +70,7 @@ void useProgramCache(Renderer& r, const std::string& folder) { openProgramCache(
 
 void destroyRenderer(Renderer& r) {
   if (!gl.DeleteProgram) return;  // the table never loaded: nothing was created
+  dropProgramBuilds(r);
   for (RenderTarget* t : {&r.accumA, &r.accumB, &r.bloom0, &r.bloom1, &r.prepass}) deleteTarget(*t);
   for (auto& [key, prog] : r.programs)
     if (prog.id) gl.DeleteProgram(prog.id);
@@ -139,6 +141,7 @@ bool setFractal(Renderer& r, const FractalParams& p, std::string& error) {
   r.lighting = lightingFromParams(p);
   syncPalette(r, p, std::isnan(r.palettePhase) ? 0 : r.palettePhase);  // keep a running animation's phase
   resetAccumulation(r);
+  if (r.builder.background && !programSettled(r, p.type, Pass::Trace)) return true;
   if (fractalProgram(r, p.type, Pass::Trace).id) return true;
   error = "Не удалось скомпилировать шейдер фрактала:\n" + r.errorText;
   return false;
@@ -158,13 +161,6 @@ namespace {
 double secondsNow() {
   using namespace std::chrono;
   return duration<double>(steady_clock::now().time_since_epoch()).count();
-}
-
-// Cuts to at most `n` bytes without splitting a UTF-8 sequence.
-std::string utf8Prefix(const std::string& s, size_t n) {
-  if (s.size() <= n) return s;
-  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
-  return s.substr(0, n);
 }
 
 // Image shift towards its target; a change invalidates the picture.
@@ -279,7 +275,7 @@ bool traceStep(Renderer& r, const FrameInput& in, bool moving, const PacePlan& p
   const double t0 = secondsNow();
   if (r.rowCursor == 0) r.sampleStartTime = t0;
   if (!tracePass(r, t, v, *in.params, o)) {
-    if (!r.shaderErrorShown) r.shaderMessage = "Ошибка шейдера: " + utf8Prefix(r.errorText, 160);
+    if (!r.shaderErrorShown) r.shaderMessage = "Ошибка шейдера: " + r.errorText.substr(0, utf8Boundary(r.errorText, 160));
     r.shaderErrorShown = true;
     return false;
   }
@@ -327,7 +323,13 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
   r.targetSamples = in.targetSamples > 0 ? in.targetSamples : in.quality.samples;
   bool completed = false;
   const bool tracing = r.samples < r.targetSamples;
-  if (tracing) {
+  // In the background a program still building traces nothing: the window
+  // keeps the last picture until it links. Unattended frames (a film's
+  // plan drawn from the window) wait for it instead.
+  const bool background = r.builder.background && !in.unattended;
+  r.builder.waiting = false;
+  const bool ready = !background || frameProgramsReady(r, *in.params, r.deep, in.quality.prepass);
+  if (tracing && ready) {
     completed = traceStep(r, in, moving, plan);
     r.movingSamples = r.movingSamples || moving;
   }
@@ -344,7 +346,9 @@ bool renderFrame(Renderer& r, const FrameInput& in) {
     }
   }
   const bool failed = r.shaderErrorShown;
-  return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget;
+  const bool deepAllowed = canUseDoublePrecision(*in.params) && in.quality.deep != 1;
+  const bool aheadLeft = background && buildAhead(r, *in.params, deepAllowed, pictureFinal && ready);
+  return (!failed && r.samples < r.targetSamples) || moving || r.shift != in.shiftTarget || aheadLeft;
 }
 
 // [SECTION] Queries and readback
@@ -361,6 +365,7 @@ RenderStatus renderStatus(const Renderer& r) {
   s.renderHeight = r.renderHeight;
   s.iterations = r.iterations;
   s.fps = r.fps;
+  s.building = r.builder.waiting;
   return s;
 }
 

@@ -19,6 +19,7 @@
 
 #include "model/params.h"
 #include "render/handles.h"
+#include "render/program_builder.h"
 #include "render/program_cache.h"
 
 #include <cstdint>
@@ -135,6 +136,7 @@ struct Renderer {
   std::unordered_map<uint32_t, UniformMap> uniforms;   // program -> name -> location (-1 kept)
   int linkAttempts = 0;            // fractal program builds tried (the cache keeps it at one per key)
   ProgramCache programCache;       // binaries kept across runs; off until useProgramCache
+  ProgramBuilder builder;          // programs building while frames go on; off until useBackgroundBuilds
   std::string errorText;           // compile and link logs, appended in order
   std::string gpu;                 // GL_RENDERER + " · OpenGL " + GL_VERSION
   std::string shaderMessage;       // "Ошибка шейдера:" … to show once; cleared by takeShaderMessage
@@ -200,6 +202,8 @@ void useProgramCache(Renderer& r, const std::string& folder);
 
 // Makes `p` current: palette texture, lighting, and the "trace" program of its
 // type. Failure: "Не удалось скомпилировать шейдер фрактала:" + log. Resets.
+// With background builds on, a program not built yet is only started, and
+// a failure shows later as a shader message.
 bool setFractal(Renderer& r, const FractalParams& p, std::string& error);
 void resetAccumulation(Renderer& r);
 
@@ -251,6 +255,7 @@ struct RenderStatus {
   int renderWidth = 0, renderHeight = 0;
   int iterations = 0;
   double fps = 0;
+  bool building = false;           // the picture waits for a shader program: the last one stays
 };
 RenderStatus renderStatus(const Renderer& r);
 // "Ошибка шейдера:" + the first 160 characters of the error text, once per

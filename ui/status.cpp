@@ -118,7 +118,10 @@ std::vector<Fragment> fragments(const StatusInfo& st) {
   char size[64], iterations[64];
   std::snprintf(size, sizeof size, "%d×%d", st.renderWidth, st.renderHeight);
   std::snprintf(iterations, sizeof iterations, "итераций %d", st.iterations);
-  std::vector<Fragment> f = {{zoomText(st.zoom), 3}};
+  std::vector<Fragment> f;
+  // Says why the picture does not change yet; it goes last of all.
+  if (st.building) f.push_back({"собираю шейдер…", 6});
+  f.push_back({zoomText(st.zoom), 3});
   // No rate before the first sample is complete: there is nothing to time.
   if (st.fps > 0) f.push_back({speedText(st.fps), 1});
   f.push_back({samplesText(st), 2});

@@ -20,6 +20,7 @@ struct StatusInfo {
   bool deep = false;              // fp64 in use
   bool deepRefused = false;       // fp64 wanted but the type has no fp64 path
   double cameraDistance = 1;
+  bool building = false;          // a shader program is building: the picture shown is the last one
   std::string message;            // shown while messageShown
   bool messageShown = false;
 };

@@ -117,10 +117,15 @@ int runMode(const std::string& mode, const std::string& type, int width, int hei
   s->window = window;
   s->uiHidden = true;
   s->targetSamples = 1 << 20;
-  if (!window || !initRenderer(s->renderer, platform::glProcAddress, error) || !makeCurrent(*s, p, error)) {
+  // As the window does: binaries from the cache folder, the first program
+  // built at once and the later ones in the background.
+  const bool ready = window && initRenderer(s->renderer, platform::glProcAddress, error);
+  if (ready) useProgramCache(s->renderer, platform::cacheFolder());
+  if (!ready || !makeCurrent(*s, p, error)) {
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
+  useBackgroundBuilds(s->renderer, true);
   if (mode == "dive") setDive(s->dive, s->camera, s->params, true);
   if (mode == "live") s->live.on = true;
   ModeStats m;

@@ -55,4 +55,10 @@ TEST(StatusLine, NarrowWindowsDropTheLeastUsedFragmentsFirst) {
   StatusInfo plain = st;
   plain.deep = false;
   EXPECT_EQ(statusLineWithin(plain, 5, bytes), "итераций 41");
+
+  // While a shader builds, the line says so first, and that goes last.
+  StatusInfo building = st;
+  building.building = true;
+  EXPECT_EQ(statusLineWithin(building, 1e9f, bytes).rfind("собираю шейдер… · зум", 0), 0u);
+  EXPECT_EQ(statusLineWithin(building, 0, bytes), "собираю шейдер…");
 }
