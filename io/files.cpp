@@ -105,12 +105,14 @@ namespace {
 
 constexpr size_t kSafeNameLength = 40;
 
+#ifndef _WIN32
 // Used where the C library has no UTF-8 locale: the scripts users type seeds in.
 bool isLetterOrDigitFallback(long cp) {
   if (cp < 0x80) return (cp >= '0' && cp <= '9') || ((cp | 0x20) >= 'a' && (cp | 0x20) <= 'z');
   if (cp >= 0xC0 && cp <= 0x24F) return cp != 0xD7 && cp != 0xF7;
   return (cp >= 0x386 && cp <= 0x3FF) || (cp >= 0x400 && cp <= 0x481) || (cp >= 0x48A && cp <= 0x52F);
 }
+#endif
 
 bool isLetterOrDigit(long cp) {
   if (cp > static_cast<long>(WCHAR_MAX)) return false;
