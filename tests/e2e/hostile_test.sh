@@ -70,9 +70,6 @@ printed '"iter": 20'
 printed '"fov": 179'
 printed '"power": 1'
 printed '"dist": 5e-12'
-printf '{"v": 3, "type": "menger", "iter": 1e300}' >huge_iter.json
-run huge_iter 0 "" --print-preset huge_iter.json
-printed '"iter": 20'
 printf '{"v": 3, "type": "menger", "iter": 1000000000}' >freeze.json
 run freeze 0 "" --shot freeze.png --size 32x18 --samples 2 freeze.json
 grep -qx "converged: yes" freeze.png.log || fail "freeze: the shot did not converge"
@@ -83,7 +80,6 @@ run shot_empty 2 "у параметра --shot пустой путь" --shot ""
 run samples_abc 2 'неверное значение --samples: "abc" (нужно целое число от 1 до 65536)' --shot o.png --samples abc
 run dist_nan 2 'неверное значение --dist: "nan"' --shot o.png --dist nan
 run typo 2 "неизвестный параметр: --sampels" --shot o.png --sampels 4
-run print_typo 2 "неизвестный параметр: --bogus" --print-preset --bogus
 absent o.png o.png.log
 [ "$(wc -l <typo.err)" -eq 1 ] || fail "typo: more than one line on stderr"
 # A shot that large is a poster, refused at the poster's limit before any rendering.

@@ -1,3 +1,4 @@
+// Hard value ranges: what would draw nothing stays out, bad records are mended.
 #include "model/ranges.h"
 #include "model/seed.h"
 #include "model/tables.h"
@@ -10,17 +11,12 @@
 #include <set>
 #include <string>
 
-TEST(Ranges, TableCoversEveryKeyOnceAndIsOrdered) {
+TEST(Ranges, KeysAreUniqueAndUnusableValuesStayOutside) {
   std::set<std::string> keys;
   for (const ValueRange& r : valueRanges()) {
     EXPECT_TRUE(keys.insert(r.key).second) << r.key;
     EXPECT_LT(r.lo, r.hi) << r.key;
   }
-  for (const char* key : {"iter", "power", "scale", "jx", "jw", "ox", "rz", "warp", "jmode", "colShift",
-                          "lightYaw", "vignette", "fov", "aperture", "focus", "tx", "yaw", "pitch", "dist",
-                          "slot.f", "slot.k", "resScale", "samples", "maxSteps", "precision", "deep",
-                          "diveSpeed", "mutation", "tab", "dive", "diveUntil"})
-    EXPECT_NE(findRange(key), nullptr) << key;
   EXPECT_EQ(findRange("nope"), nullptr);
   // What would draw nothing or hang stays outside.
   EXPECT_GT(findRange("fov")->lo, 0);

@@ -1,3 +1,4 @@
+// Records from seeds: exact goldens, what carries across types, and the gates.
 #include "model/seed.h"
 #include "model/sha256.h"
 #include "model/tables.h"
@@ -127,32 +128,4 @@ TEST(Seed, Gates) {
   ASSERT_TRUE(three);
   const FractalParams h = generateFromSeed(*three, "hybrid");
   EXPECT_TRUE(h.slots.size() == 3 && h.rx == 0 && h.ox == 1);
-}
-
-TEST(Seed, HybridSlotFromDraw) {
-  EXPECT_EQ(hybridSlotFromDraw(0.5, 0.0), (FormulaSlot{3, 1.6}));
-  EXPECT_EQ(hybridSlotFromDraw(1.0, 1.0), (FormulaSlot{0, 10}));
-  EXPECT_EQ(hybridSlotFromDraw(0.0, 0.5), (FormulaSlot{0, 7}));  // 7.0 exactly, a whole power
-}
-
-TEST(Seed, SceneRadiusAndFraming) {
-  FractalParams p = defaultsForType("mandelbox");
-  p.scale = -1.3;  // negative but above -1.45: the radius is not shrunk
-  EXPECT_DOUBLE_EQ(sceneRadius(p), (2 * 1.3 + 2) / 0.3);
-  p.scale = 1.01;
-  EXPECT_EQ(framingDistance(p), 7);  // no estimate: the row's distance
-  p.scale = 1.05;
-  EXPECT_EQ(sceneRadius(p), 40);  // capped
-  EXPECT_EQ(framingDistance(p), 76);
-
-  FractalParams bulb = defaultsForType("juliabulb");
-  bulb.warp = 0.5;
-  EXPECT_EQ(framingDistance(bulb), 3.6);  // bulbs always frame at the row's distance
-
-  FractalParams h = defaultsForType("hybrid");
-  h.slots.clear();
-  EXPECT_DOUBLE_EQ(framingDistance(h), 2.86);
-  h.slots = {{0, 8}, {3, 1.8}};
-  h.ox = 3, h.oy = 0, h.oz = 4;
-  EXPECT_DOUBLE_EQ(framingDistance(h), 5.3 * 2.2);
 }

