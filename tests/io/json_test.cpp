@@ -55,9 +55,11 @@ TEST(Json, StringEscapes) {
   EXPECT_EQ(parseJson(R"("\ud83d\ude00")").text, "\xED\xA0\xBD\xED\xB8\x80");
   EXPECT_EQ(parseJson(R"("\u12")").text, "u12");
 
-  std::string written = writeJson(JsonValue::makeString("a\tb\"c\\d\ne\x01\xD0\xBC"), 0);
-  EXPECT_EQ(written, "\"a\\u0009b\\\"c\\\\d\\ne\\u0001\xD0\xBC\"");
-  EXPECT_EQ(parseJson(written).text, "a\tb\"c\\d\ne\x01\xD0\xBC");
+  // The writer escapes only what JSON requires: spaces, "/" and Cyrillic stay
+  // as they are, so a preset reads the same in a text editor as in the panel.
+  std::string written = writeJson(JsonValue::makeString("a\tb\"c\\d\ne\x01\xD0\xBC 2/3"), 0);
+  EXPECT_EQ(written, "\"a\\u0009b\\\"c\\\\d\\ne\\u0001\xD0\xBC 2/3\"");
+  EXPECT_EQ(parseJson(written).text, "a\tb\"c\\d\ne\x01\xD0\xBC 2/3");
 }
 
 TEST(Json, DepthLimit) {
