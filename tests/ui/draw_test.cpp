@@ -96,13 +96,10 @@ TEST(Atlas, GlyphsTooLargeForOnePageDoubleTheHeightAndLoseNothing) {
   EXPECT_EQ(pixelAt(a, a.discUv[0], a.discUv[1], 64, 64), 255);
 }
 
-TEST(Atlas, SolidBlockAndDisc) {
+TEST(Atlas, DiscIsSmoothAndClearOfTheFonts) {
   const RasterFont fonts[kFontCount] = {fakeFont(20, 10), fakeFont(20, 10), fakeFont(18, 9)};
   AtlasResult a;
   packAtlas(a, fonts);
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 4; ++x) EXPECT_EQ(a.pixels[size_t(y) * kAtlasSize + x], 255);
-  EXPECT_EQ(a.pixels[4], 0);
   // The disc sits in a 128-pixel box below the last font row.
   EXPECT_FLOAT_EQ((a.discUv[2] - a.discUv[0]) * kAtlasSize, 128);
   EXPECT_GT(a.discUv[1], findGlyph(a.fonts[kFontSmall], 8734)->v1);
@@ -182,10 +179,6 @@ TEST(Layers, ClipChangesStartCommandsOnlyAfterDrawingAndLayersStaySeparate) {
   EXPECT_FLOAT_EQ(cmds[1].x1, 30);
   EXPECT_EQ(cmds[2].firstVertex, 18u);
   EXPECT_FLOAT_EQ(cmds[2].x1, 60);  // back to the outer clip
-  const UiVertex& v = ui.layers[0].vertices[0];
-  EXPECT_EQ(v.r, 255);
-  EXPECT_EQ(v.a, 0x80);
-  EXPECT_FLOAT_EQ(v.u, 2.0f / 1024);
 
   setLayer(ui, 1);
   addDisc(ui, 50, 50, 10, 0xffffffff);
@@ -222,9 +215,6 @@ TEST(Text, OutsideTheSetAdvancesNothingAndClipWidthCuts) {
   EXPECT_FLOAT_EQ(textWidth(ui, kFontBody, "Ж€qу\xff"), 20);  // €, the missing q and a bad byte: nothing
   EXPECT_FLOAT_EQ(addText(ui, kFontBody, 10, 5, "Ж€у", 0xffffffff), 20);
   EXPECT_EQ(ui.layers[0].vertices.size(), 12u);
-  // The cell starts 2 pixels before the pen; the second glyph follows by its advance.
-  EXPECT_FLOAT_EQ(ui.layers[0].vertices[0].x, 8);
-  EXPECT_FLOAT_EQ(ui.layers[0].vertices[6].x, 18);
 
   beginFrame(ui, 400, 100);
   EXPECT_FLOAT_EQ(addText(ui, kFontBody, 10, 5, "абвгд", 0xffffffff, 25), 50);
