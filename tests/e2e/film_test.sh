@@ -75,19 +75,11 @@ if command -v pngcheck >/dev/null; then
   pngcheck -q "$dir"/resume/frame_*.png >/dev/null || fail "a resumed frame is not a whole PNG"
 fi
 
-# Bad film options: a message and status 2, and nothing written.
-bad() {
-  "$prog" "$@" >/dev/null 2>"$dir/stderr"
-  status=$?
-  [ $status -eq 2 ] || fail "$* exited with $status"
-  grep -q -- "$expect" "$dir/stderr" || fail "$*: want «$expect», got: $(cat "$dir/stderr")"
-}
-expect="неверное значение --fps" bad --video "$dir/x.mp4" --dive 1 --fps 0
-expect="неверное значение --frames" bad --video "$dir/x/" --dive 1 --frames 9-3
-expect="неверное значение --frames" bad --video "$dir/x/" --dive 1 --frames 3/2
-expect="--video должен быть папкой" bad --video "$dir/x.mp4" --dive 1 --frames 0-3
-expect="нужен --path" bad --video "$dir/x.mp4"
-expect="неизвестный формат видео" bad --video "$dir/x.avi" --dive 1
-expect="не задан --video" bad --path "$dir/all/path.json"
-[ ! -e "$dir/x.mp4" ] && [ ! -e "$dir/x" ] || fail "a refused film left files"
+# Bad film options: status 2 and nothing written (the command line's tests
+# cover the other messages).
+"$prog" --video "$dir/x.avi" --dive 1 >/dev/null 2>"$dir/stderr"
+[ $? -eq 2 ] && grep -q "неизвестный формат видео" "$dir/stderr" || fail "x.avi: $(cat "$dir/stderr")"
+"$prog" --video "$dir/x/" --dive 1 --frames 9-3 >/dev/null 2>"$dir/stderr"
+[ $? -eq 2 ] || fail "--frames 9-3 accepted"
+[ ! -e "$dir/x.avi" ] && [ ! -e "$dir/x" ] || fail "a refused film left files"
 echo "ok: 24 frames, $probe" | tr '\n' ' '; echo "PSNR $psnr dB; resume skipped $skipped, rendered $rendered"

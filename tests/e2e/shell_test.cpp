@@ -1,7 +1,6 @@
-// The shell's state changes that need no GL: launch options, the live
-// record a shot stores, and the shot report's format.
+// The shell's state changes that need no GL: launch options and the live
+// record a shot stores.
 #include "app/app_state.h"
-#include "app/shot.h"
 #include "model/seed.h"
 
 #include <gtest/gtest.h>
@@ -60,11 +59,4 @@ TEST(LiveParams, UntouchedCameraGivesBackTheRecordExactlyAndAMovedOneItsPose) {
   FractalParams live = liveParams(s);
   EXPECT_EQ(live.yaw, s.camera.yaw);
   EXPECT_NEAR(live.dist, 0.5, 1e-12);
-}
-
-TEST(ShotReport, HasTheFixedLineLayout) {
-  EXPECT_EQ(shotReport("GPU · OpenGL 4.5", "", true, 3.4),
-            "GPU · OpenGL 4.5\nerror: \nconverged: yes\ndist: 3.400e+00\n");
-  EXPECT_EQ(shotReport("G", "Не удалось", false, 1.234e-7),
-            "G\nerror: Не удалось\nconverged: timeout\ndist: 1.234e-07\n");
 }

@@ -1,3 +1,4 @@
+// Hard value ranges: what would draw nothing stays out, bad records are mended.
 #include "model/ranges.h"
 #include "model/seed.h"
 #include "model/tables.h"
@@ -10,17 +11,12 @@
 #include <set>
 #include <string>
 
-TEST(Ranges, TableCoversEveryKeyOnceAndIsOrdered) {
+TEST(Ranges, KeysAreUniqueAndUnusableValuesStayOutside) {
   std::set<std::string> keys;
   for (const ValueRange& r : valueRanges()) {
     EXPECT_TRUE(keys.insert(r.key).second) << r.key;
     EXPECT_LT(r.lo, r.hi) << r.key;
   }
-  for (const char* key : {"iter", "power", "scale", "jx", "jw", "ox", "rz", "warp", "jmode", "colShift",
-                          "lightYaw", "vignette", "fov", "aperture", "focus", "tx", "yaw", "pitch", "dist",
-                          "slot.f", "slot.k", "resScale", "samples", "maxSteps", "precision", "deep",
-                          "diveSpeed", "mutation", "tab", "dive", "diveUntil"})
-    EXPECT_NE(findRange(key), nullptr) << key;
   EXPECT_EQ(findRange("nope"), nullptr);
   // What would draw nothing or hang stays outside.
   EXPECT_GT(findRange("fov")->lo, 0);
@@ -61,22 +57,14 @@ TEST(Ranges, RecordsComeOutSafeAndValidOnesUnchanged) {
 
   FractalParams bad = defaultsForType("menger");
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  bad.iter = 1e9;
-  bad.power = -8;
-  bad.fov = 180;
-  bad.dist = 0;
-  bad.focus = -1;
+  // Finite values outside are the field table's test; here what has no
+  // number to clamp to, and the lists.
   bad.yaw = std::numeric_limits<double>::infinity();
   bad.glow = nan;
   bad.jmode = 7;
   bad.slots = {{9, 1e9}, {0, -3}, {-4, nan}};
   makeParamsSafe(bad);
   const FractalParams start = defaultsForType("menger");
-  EXPECT_EQ(bad.iter, fractalTypes()[typeIndex("menger")].iterMax);
-  EXPECT_EQ(bad.power, 1);
-  EXPECT_EQ(bad.fov, 179);
-  EXPECT_EQ(bad.dist, 5e-12);
-  EXPECT_EQ(bad.focus, 5e-12);
   EXPECT_EQ(bad.yaw, start.yaw);
   EXPECT_EQ(bad.glow, start.glow);
   EXPECT_EQ(bad.jmode, 2);

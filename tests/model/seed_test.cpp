@@ -1,28 +1,10 @@
+// Records from seeds: exact goldens, what carries across types, invariants.
 #include "model/seed.h"
-#include "model/sha256.h"
 #include "model/tables.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <optional>
-
 namespace {
-
-using Digest = std::array<uint8_t, 32>;
-
-Digest digestOf(const std::string& seed) { return sha256("seedmap_v3:" + seed); }
-double unit(uint8_t d) { return d * 0.00392156862745098; }
-
-// The first seed "prefix0", "prefix1", ... whose digest satisfies `want`.
-std::optional<std::string> findSeed(const std::string& prefix,
-                                    const std::function<bool(const Digest&)>& want) {
-  for (int i = 0; i < 20000; ++i) {
-    const std::string s = prefix + std::to_string(i);
-    if (want(digestOf(s))) return s;
-  }
-  return std::nullopt;
-}
 
 struct Golden {
   const char* seed;
@@ -94,65 +76,4 @@ TEST(Seed, InvariantsOverManySeeds) {
       }
     }
   }
-}
-
-TEST(Seed, ExtremeBytesGiveTheIntervalEnds) {
-  auto hi = findSeed("hi", [](const Digest& d) { return d[12] == 255; });
-  auto lo = findSeed("lo", [](const Digest& d) { return d[12] == 0; });
-  ASSERT_TRUE(hi && lo);
-  EXPECT_EQ(generateFromSeed(*hi, "mandelbulb").lightYaw, 360);
-  EXPECT_EQ(generateFromSeed(*lo, "mandelbulb").lightYaw, 0);
-  auto jhi = findSeed("jh", [](const Digest& d) { return d[18] == 255; });
-  auto jlo = findSeed("jl", [](const Digest& d) { return d[18] == 0; });
-  ASSERT_TRUE(jhi && jlo);
-  EXPECT_EQ(generateFromSeed(*jhi, "juliabulb").jx, 0.9);
-  EXPECT_EQ(generateFromSeed(*jlo, "juliabulb").jx, -0.9);
-}
-
-TEST(Seed, Gates) {
-  // Menger below the shape gate keeps its default shape; only looks change.
-  auto flat = findSeed("m", [](const Digest& d) { return unit(d[15]) < 0.35; });
-  ASSERT_TRUE(flat);
-  const FractalParams m = generateFromSeed(*flat, "menger");
-  EXPECT_TRUE(m.scale == 3 && m.oz == 1 && m.rx == 0 && m.warp == 0);
-
-  // Warp and irid gates.
-  auto warped = findSeed("w", [](const Digest& d) { return unit(d[24]) < 0.18; });
-  ASSERT_TRUE(warped);
-  EXPECT_GE(generateFromSeed(*warped, "qjulia").warp, 0.1);
-  EXPECT_EQ(generateFromSeed(*warped, "kifs").warp, 0);
-
-  // Hybrid: slot count from d15's low bit, Julia mode thresholds, rotation gate.
-  auto three = findSeed("h", [](const Digest& d) { return (d[15] & 1) && unit(d[28]) >= 0.5; });
-  ASSERT_TRUE(three);
-  const FractalParams h = generateFromSeed(*three, "hybrid");
-  EXPECT_TRUE(h.slots.size() == 3 && h.rx == 0 && h.ox == 1);
-}
-
-TEST(Seed, HybridSlotFromDraw) {
-  EXPECT_EQ(hybridSlotFromDraw(0.5, 0.0), (FormulaSlot{3, 1.6}));
-  EXPECT_EQ(hybridSlotFromDraw(1.0, 1.0), (FormulaSlot{0, 10}));
-  EXPECT_EQ(hybridSlotFromDraw(0.0, 0.5), (FormulaSlot{0, 7}));  // 7.0 exactly, a whole power
-}
-
-TEST(Seed, SceneRadiusAndFraming) {
-  FractalParams p = defaultsForType("mandelbox");
-  p.scale = -1.3;  // negative but above -1.45: the radius is not shrunk
-  EXPECT_DOUBLE_EQ(sceneRadius(p), (2 * 1.3 + 2) / 0.3);
-  p.scale = 1.01;
-  EXPECT_EQ(framingDistance(p), 7);  // no estimate: the row's distance
-  p.scale = 1.05;
-  EXPECT_EQ(sceneRadius(p), 40);  // capped
-  EXPECT_EQ(framingDistance(p), 76);
-
-  FractalParams bulb = defaultsForType("juliabulb");
-  bulb.warp = 0.5;
-  EXPECT_EQ(framingDistance(bulb), 3.6);  // bulbs always frame at the row's distance
-
-  FractalParams h = defaultsForType("hybrid");
-  h.slots.clear();
-  EXPECT_DOUBLE_EQ(framingDistance(h), 2.86);
-  h.slots = {{0, 8}, {3, 1.8}};
-  h.ox = 3, h.oy = 0, h.oz = 4;
-  EXPECT_DOUBLE_EQ(framingDistance(h), 5.3 * 2.2);
 }

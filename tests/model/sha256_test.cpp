@@ -1,3 +1,4 @@
+// SHA-256 against the standard test vectors.
 #include "model/sha256.h"
 
 #include <gtest/gtest.h>

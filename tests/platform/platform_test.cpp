@@ -63,35 +63,25 @@ TEST(PngEncoder, RoundTripFlipsRowsAndForcesOpaqueAlpha) {
     }
 }
 
-TEST(Folders, SettingsFolderHonoursOnlyAbsoluteXdgConfigHome) {
-  EnvGuard xdg("XDG_CONFIG_HOME"), home("HOME");
-  std::string root = tempFolder("settings");
-  setenv("HOME", (root + "/home").c_str(), 1);
-
-  setenv("XDG_CONFIG_HOME", (root + "/cfg").c_str(), 1);
-  EXPECT_EQ(platform::settingsFolder(), root + "/cfg/Quorvantelix");
-  EXPECT_TRUE(std::filesystem::is_directory(root + "/cfg/Quorvantelix"));
-
-  setenv("XDG_CONFIG_HOME", "relative/cfg", 1);
-  EXPECT_EQ(platform::settingsFolder(), root + "/home/.config/Quorvantelix");
-  EXPECT_FALSE(std::filesystem::exists("relative/cfg"));
-
-  unsetenv("XDG_CONFIG_HOME");
-  EXPECT_EQ(platform::settingsFolder(), root + "/home/.config/Quorvantelix");
-  std::filesystem::remove_all(root);
-}
-
-TEST(Folders, CacheFolderHonoursOnlyAbsoluteXdgCacheHome) {
-  EnvGuard xdg("XDG_CACHE_HOME"), home("HOME");
-  std::string root = tempFolder("cache");
-  setenv("HOME", (root + "/home").c_str(), 1);
-  setenv("XDG_CACHE_HOME", (root + "/cache").c_str(), 1);
-  EXPECT_EQ(platform::cacheFolder(), root + "/cache/Quorvantelix");
-  EXPECT_TRUE(std::filesystem::is_directory(root + "/cache/Quorvantelix"));
-  setenv("XDG_CACHE_HOME", "relative/cache", 1);
-  EXPECT_EQ(platform::cacheFolder(), root + "/home/.cache/Quorvantelix");
-  EXPECT_FALSE(std::filesystem::exists("relative/cache"));
-  std::filesystem::remove_all(root);
+// Settings and cache follow their XDG variable only when it is absolute;
+// otherwise the folder under HOME, and no relative folder is made.
+TEST(Folders, SettingsAndCacheHonourOnlyAbsoluteXdgVariables) {
+  struct Case { const char* var; const char* sub; const char* fallback; std::string (*folder)(); };
+  for (const Case& c : {Case{"XDG_CONFIG_HOME", "cfg", "/home/.config/Quorvantelix", platform::settingsFolder},
+                        Case{"XDG_CACHE_HOME", "cache", "/home/.cache/Quorvantelix", platform::cacheFolder}}) {
+    EnvGuard xdg(c.var), home("HOME");
+    std::string root = tempFolder(c.sub);
+    setenv("HOME", (root + "/home").c_str(), 1);
+    setenv(c.var, (root + "/" + c.sub).c_str(), 1);
+    EXPECT_EQ(c.folder(), root + "/" + c.sub + "/Quorvantelix");
+    EXPECT_TRUE(std::filesystem::is_directory(root + "/" + c.sub + "/Quorvantelix"));
+    setenv(c.var, (std::string("relative/") + c.sub).c_str(), 1);
+    EXPECT_EQ(c.folder(), root + c.fallback);
+    EXPECT_FALSE(std::filesystem::exists("relative"));
+    unsetenv(c.var);
+    EXPECT_EQ(c.folder(), root + c.fallback);
+    std::filesystem::remove_all(root);
+  }
 }
 
 TEST(Folders, PicturesFolderFollowsUserDirsThenPicturesThenHome) {

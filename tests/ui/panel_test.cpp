@@ -31,5 +31,4 @@ TEST(PanelTables, ShapeFieldsFollowTheTypeFlags) {
   auto h = labelsOf("hybrid");
   EXPECT_TRUE(has(h, "C · z") && has(h, "Вокруг X"));
   EXPECT_FALSE(has(h, "C · w") || has(h, "Масштаб") || has(h, "Степень"));
-  EXPECT_EQ(tabLabels(), (std::vector<std::string>{"Создать", "Форма", "Цвет", "Движение", "Рендер", "Архив"}));
 }
