@@ -6,7 +6,6 @@
 #include "platform/platform.h"
 #include "render/gl.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -176,8 +175,8 @@ TEST_F(RenderGl, PictureIsFinalOnlyOnceTheViewRests) {
   EXPECT_TRUE(renderStatus(r).converged);
 }
 
-// A photo cut into 3 × 2 tiles equals the same photo drawn as one tile,
-// tile for tile; more samples smooth it (a photo that redrew its first
+// A photo cut into 3 × 2 tiles equals the same photo drawn as one tile, so
+// no tile is left out; more samples smooth it (a photo that redrew its first
 // sample each time would not change).
 TEST_F(RenderGl, TiledPhotoEqualsOneTile) {
   Renderer& r = *renderer;
@@ -198,15 +197,4 @@ TEST_F(RenderGl, TiledPhotoEqualsOneTile) {
   int smoothed = 0;
   for (size_t i = 0; i < whole.size(); ++i) smoothed += std::abs(single[i] - whole[i]) > 2;
   EXPECT_GT(smoothed, w * h / 50);
-  // No tile is left black.
-  for (int ty = 0; ty < h; ty += side)
-    for (int tx = 0; tx < w; tx += side) {
-      int lit = 0;
-      for (int y = ty; y < std::min(h, ty + side); ++y)
-        for (int x = tx; x < std::min(w, tx + side); ++x) {
-          const uint8_t* px = &tiled[(size_t(y) * w + x) * 4];
-          lit += px[0] + px[1] + px[2] > 12;
-        }
-      EXPECT_GT(lit, 0) << "tile at " << tx << "," << ty;
-    }
 }

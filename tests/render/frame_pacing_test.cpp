@@ -161,11 +161,11 @@ TEST(FramePacing, MidGpuTradesSizeForRateWhileMoving) {
     EXPECT_GT(mean(run.movingScale), 0.5) << int(m);
     EXPECT_EQ(run.lastW, 1600);
     EXPECT_EQ(run.lastH, 950);
-    // The still frames after the moving-until time: whole samples only.
-    const SimRun still = simulate(mid, Motion::Still, 1600, 950, 0, 60);
-    EXPECT_EQ(still.wholeSamples, still.samples - 1);
-    EXPECT_LT(still.longest(5), 80);
   }
+  // Still frames: whole samples only.
+  const SimRun still = simulate(mid, Motion::Still, 1600, 950, 0, 60);
+  EXPECT_EQ(still.wholeSamples, still.samples - 1);
+  EXPECT_LT(still.longest(5), 80);
 }
 
 // A software renderer at seconds a sample: no frame holds the loop much
@@ -196,27 +196,20 @@ TEST(FramePacing, DiveBudgetChangesKeepWholeSamples) {
   EXPECT_DOUBLE_EQ(mean(std::vector<double>(run.movingScale.begin() + 10, run.movingScale.end())), 1);
 }
 
-// The rules one by one: a changed quality scales the estimate and keeps
-// what it spans; a new program forgets it and probes; unattended frames
-// composite only the final picture and four times a second.
+// What the simulations do not reach: a band over cheap rows cannot lower a
+// whole sample's estimate, though the next whole sample sets it; a new
+// program probes again; unattended frames composite only the final picture
+// and four times a second, and their bands are not cut short.
 TEST(FramePacing, RulesForChangesAndUnattendedRuns) {
   FramePacing f;
   paceQuality(f, 100);
-  EXPECT_EQ(paceRows(f, 0, 100, 50, 35, 80, 2), kProbeRows);  // nothing known
-  paceMeasured(f, 1.0, 50, 100, 50, true, 80);                 // a whole sample in 1 ms
-  EXPECT_TRUE(f.spansSample);
-  EXPECT_EQ(paceRows(f, 0, 100, 50, 35, 80, 2), 50);
-  paceQuality(f, 400);  // four times the budget: a 4 ms guess, still whole
-  EXPECT_NEAR(f.pixelMs * 100 * 50, 4.0, 1e-9);
-  EXPECT_EQ(paceRows(f, 0, 100, 50, 35, 80, 2), 50);
-  paceQuality(f, 400 * 40);  // 160 ms: banded, bands of about 35 ms
-  EXPECT_EQ(paceRows(f, 0, 100, 50, 35, 80, 2), int(35 / (f.pixelMs * 100)));
-  // A band over cheap rows cannot lower a whole sample's estimate...
+  paceMeasured(f, 1.0, 50, 100, 50, true, 80);  // a whole sample in 1 ms
+  paceQuality(f, 100 * 160);                    // 160 ms: banded
+  EXPECT_LT(paceRows(f, 0, 100, 50, 35, 80, 2), 50);
   const double before = f.pixelMs;
   paceMeasured(f, 0.01, 10, 100, 50, false, 80);
   EXPECT_EQ(f.pixelMs, before);
   EXPECT_TRUE(f.banding);
-  // ...but the next whole sample sets it.
   paceMeasured(f, 0.04, 40, 100, 50, true, 80);
   EXPECT_NEAR(f.pixelMs, 0.05 / 5000, 1e-12);
   EXPECT_FALSE(f.banding);
@@ -228,6 +221,4 @@ TEST(FramePacing, RulesForChangesAndUnattendedRuns) {
   EXPECT_TRUE(wantsPost(true, false, 0.3));
   EXPECT_TRUE(wantsPost(true, true, 0));
   EXPECT_GT(bandBudgetMs(kBandMs, 0, true), 10 * kBandMs);
-  EXPECT_EQ(bandBudgetMs(kBandMs, 10, false), kBandMs);
-  EXPECT_EQ(bandBudgetMs(kBandMs, 1000, false), 500);
 }

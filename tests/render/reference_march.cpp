@@ -256,10 +256,6 @@ double stepFactor(const std::string& de) {
 
 }  // namespace
 
-double referenceDistance(const FractalParams& p, const double pos[3]) {
-  return mapWarped(shapeOf(p), {pos[0], pos[1], pos[2]});
-}
-
 ReferenceImage referenceMarch(const FractalParams& p, const CameraView& c, int w, int h,
                               int maxSteps, double detail) {
   const Shape s = shapeOf(p);

@@ -11,9 +11,6 @@
 
 #include <vector>
 
-// Distance estimate of the record's fractal at p (warp included).
-double referenceDistance(const FractalParams& p, const double pos[3]);
-
 struct ReferenceImage {
   int width = 0, height = 0;
   std::vector<double> depth;  // ray distance per pixel, bottom row first; 10000 = miss

@@ -108,23 +108,11 @@ TEST(ShaderEmbedding, EmbeddedTextsAreTheGlslFilesVerbatim) {
     ASSERT_FALSE(expected.empty()) << file;
     EXPECT_EQ(std::string(embedded), expected) << file;
   }
-
-  // The header is the fractal programs' only version line; the shared texts
-  // carry the browser's and are swapped at run time.
-  std::string library = shader_src::floatLibrary;
-  EXPECT_EQ(library.rfind("precision highp float;\nprecision highp int;", 0), 0u);
-  for (const char* piece : {shader_src::floatLibrary, shader_src::floatEstimators, shader_src::doubleLibrary,
-                            shader_src::viewUniforms, shader_src::shading, shader_src::traceMain,
-                            shader_src::prepassMain, shader_src::volumeMain, shader_src::deepMain}) {
-    EXPECT_EQ(std::string(piece).find("#version"), std::string::npos);
-  }
-  for (const char* piece : {shader_src::fullscreenVert, shader_src::brightPass, shader_src::blur,
-                            shader_src::composite}) {
-    EXPECT_EQ(std::string(piece).rfind("#version 300 es\n", 0), 0u);
-  }
 }
 
-TEST(ShaderValidation, EveryFractalProgramCompilesAsDesktopGlsl430) {
+// Every fractal program and the vertex and post shaders as desktop GLSL 430;
+// the vertex and post shaders also as the browser's GLSL ES 3.00.
+TEST(ShaderValidation, EveryProgramCompilesAsDesktopGlsl430) {
   REQUIRE_VALIDATOR();
   ShaderFiles files;
   for (const FractalType& type : fractalTypes()) {
@@ -132,21 +120,12 @@ TEST(ShaderValidation, EveryFractalProgramCompilesAsDesktopGlsl430) {
       files.add(std::string(passName(pass)) + "_" + type.key + ".frag", composeFractalSource(type.key, pass));
     }
   }
-  Validation result = files.validate();
-  EXPECT_EQ(result.status, 0) << result.log;
-}
-
-TEST(ShaderValidation, VertexAndPostShadersCompileAsDesktopAndAsEs300) {
-  REQUIRE_VALIDATOR();
-  ShaderFiles files;
   files.add("fullscreen.vert", fullscreenVertexSource());
   files.add("fullscreen_es.vert", shader_src::fullscreenVert);
   const std::pair<const char*, const char*> post[] = {
       {"bright_pass", shader_src::brightPass}, {"blur", shader_src::blur}, {"composite", shader_src::composite}};
   for (const auto& [name, text] : post) {
-    std::string desktop = swapGlslVersion(text);
-    ASSERT_EQ(desktop.rfind("#version 430 core\n", 0), 0u) << name;
-    files.add(std::string(name) + ".frag", desktop);
+    files.add(std::string(name) + ".frag", swapGlslVersion(text));
     files.add(std::string(name) + "_es.frag", text);
   }
   Validation result = files.validate();
@@ -175,15 +154,10 @@ TEST(ShaderValidation, FloatLibraryIsValidGlslEs300ForEveryEstimator) {
   EXPECT_EQ(result.status, 0) << result.log;
 }
 
-// Guards against a check that cannot fail: a broken text and a library built
-// without an estimator define must both be rejected.
-TEST(ShaderValidation, RejectsBrokenTextsAndAMissingEstimatorDefine) {
+// Guards against a check that cannot fail: a library built without an
+// estimator define must be rejected, with the library's own message.
+TEST(ShaderValidation, RejectsAMissingEstimatorDefine) {
   REQUIRE_VALIDATOR();
-  {
-    ShaderFiles files;
-    files.add("broken.frag", "#version 430 core\nout vec4 fragColor;\nvoid main() { fragColor = vec5(1.0); }\n");
-    EXPECT_NE(files.validate().status, 0);
-  }
   for (const char* estimators : {shader_src::floatEstimators, shader_src::doubleLibrary}) {
     ShaderFiles files;
     files.add("no_define.frag", std::string("#version 430 core\n") + shader_src::floatLibrary + estimators);
