@@ -150,6 +150,10 @@ TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
     run.ctx.now += run.ctx.dt;
     run.step();
   };
+  auto land = [&] {  // bounded, so a dive that never turns down fails instead of hanging
+    for (int i = 0; i < 100000 && !run.dive.descending; ++i) step();
+    return run.dive.descending;
+  };
   const double surface = run.dive.surfaceLogDist;
   run.findsPoint = true;
   run.point[0] = 0.4;
@@ -162,7 +166,7 @@ TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
     ASSERT_FALSE(run.dive.descending) << "cycle " << cycle;
     EXPECT_EQ(run.searches.size() - searched, 7u) << "cycle " << cycle;
     searched = run.searches.size();  // the step that lands may search already
-    while (!run.dive.descending) step();
+    ASSERT_TRUE(land()) << "cycle " << cycle;
     EXPECT_NEAR(run.camera.goalLogDist, surface - 0.35 * run.ctx.dt, 1e-12) << "cycle " << cycle;
     EXPECT_EQ(run.camera.goalTarget[0], 0) << "cycle " << cycle;
     EXPECT_GE(run.camera.goalPitch, -15);
@@ -170,7 +174,7 @@ TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
   }
   run.dive.newSeedAfterSurfacing = true;
   run.dive.descending = false;
-  while (!run.dive.descending) step();
+  ASSERT_TRUE(land());
   EXPECT_EQ(run.camera.goalLogDist, surface);
   EXPECT_EQ(run.newSeeds, 1);
   EXPECT_EQ(run.dive.surfaceLogDist, std::log(2.5));
