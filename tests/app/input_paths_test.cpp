@@ -1,10 +1,11 @@
 // Input paths through the window that the other dispatch tests leave out:
-// flight keys meeting a focused text field, the wheel zooming in over the
-// fractal, the pose an undo brings back, and a held Ctrl+S.
+// the wheel zooming in over the fractal, the pose an undo brings back, and
+// Ctrl+S and Ctrl+O without a dialog, pressed and held.
 #include "app_fixture.h"
 
 #include "nav/gestures.h"
 
+#include <chrono>
 #include <cmath>
 
 namespace {
@@ -14,29 +15,6 @@ using platform::EventType;
 class InputPaths : public HeadlessApp {};
 
 }  // namespace
-
-TEST_F(InputPaths, WhileATextFieldHasTheFocusTheFlightKeysAreTyping) {
-  key('f');
-  pump();
-  ASSERT_TRUE(s->camera.flying);
-  s->input.textFocus = true;
-  platform::InputEvent down;
-  down.type = EventType::KeyDown;
-  down.key = 'w';
-  post(down);
-  platform::InputEvent text;
-  text.type = EventType::Text;
-  text.text = "w";
-  post(text);
-  pump();
-  EXPECT_FALSE(s->camera.flightKeys.any());
-  EXPECT_EQ(s->input.typedChars, std::vector<uint32_t>{'w'});
-
-  s->input.textFocus = false;
-  post(down);
-  pump();
-  EXPECT_TRUE(s->camera.flightKeys.forward);
-}
 
 TEST_F(InputPaths, TheWheelZoomsInTowardsThePointUnderTheCursor) {
   settle();
@@ -77,14 +55,25 @@ TEST_F(InputPaths, UndoAndRedoBringBackThePoseOfEachState) {
   EXPECT_NEAR(s->camera.goalYaw, yawB, 1e-6);
 }
 
-TEST_F(InputPaths, AHeldCtrlSOrCtrlOAsksOnceNotOnEveryRepeat) {
+// Without any dialog (a headless window) Ctrl+S and Ctrl+O say what to do at
+// once; a held key asks once, not on every repeat.
+TEST_F(InputPaths, WithoutADialogCtrlSAndCtrlOSayWhatToDoOnceNotOnEveryRepeat) {
+  const auto t0 = std::chrono::steady_clock::now();
+  key('o', platform::kModCtrl);
+  pump();
+  EXPECT_EQ(s->toastText, kMsgNoOpenDialog);
   key('s', platform::kModCtrl);
   pump();
   EXPECT_EQ(s->toastText, kMsgNoSaveDialog);
+  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(5));
   s->toastText.clear();
   key('s', platform::kModCtrl, true);
   key('s', platform::kModCtrl, true);
   key('o', platform::kModCtrl, true);
   pump();
   EXPECT_EQ(s->toastText, "");
+
+  // A path that is not there opens nothing and keeps the record.
+  EXPECT_FALSE(openPath(*s, (home / "nowhere.json").string()));
+  EXPECT_EQ(s->params.seed, "classic");
 }

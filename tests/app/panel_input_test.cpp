@@ -2,21 +2,12 @@
 // it: events posted to the headless window, dispatched, and whole frames
 // drawn (fractal, panel, status) on the software renderer. Also the fit to
 // the frame while the camera auto-rotates, at the level of whole frames.
-#include "app/app_state.h"
-#include "app/commands.h"
-#include "app/dispatch.h"
-#include "app/frame.h"
+#include "app_fixture.h"
+
 #include "app/interface.h"
 #include "app/panel.h"
-#include "platform/platform.h"
-#include "../support/test_support.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <memory>
 
 namespace {
 
@@ -25,71 +16,37 @@ using platform::InputEvent;
 
 // Tall enough for the whole "Архив" tab at 100 %; the picture is traced at
 // a quarter of the size to keep the software renderer quick.
-constexpr int kW = 560, kH = 720;
-
-class PanelInput : public ::testing::Test {
+class PanelInput : public HeadlessApp {
  protected:
-  static void SetUpTestSuite() {
-    home = std::filesystem::temp_directory_path() / ("qtx_panel_" + std::to_string(getpid()));
-    std::filesystem::create_directories(home);
-    setenv("XDG_CONFIG_HOME", home.c_str(), 1);
-    setenv("HOME", home.c_str(), 1);
-    window = openHeadless(kW, kH, skipReason);
-  }
-  static void TearDownTestSuite() {
-    if (window) platform::destroyWindow(window);
-    window = nullptr;
-    std::error_code ec;
-    std::filesystem::remove_all(home, ec);
-  }
+  static constexpr int kPanelW = 560, kPanelH = 720;
 
   void SetUp() override {
-    if (!window) GTEST_SKIP() << skipReason;
-    platform::pollEvents(window);
-    s = std::make_unique<AppState>();
-    s->window = window;
+    HeadlessApp::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    platform::setHeadlessSize(window, kPanelW, kPanelH);
+    s->uiHidden = false;
     s->dpiScale = 1;
     s->targetSamples = 1;
     s->settings.resScale = 0.25;
-    std::string error;
-    ASSERT_TRUE(initRenderer(s->renderer, platform::glProcAddress, error)) << error;
-    LaunchOptions o;
-    o.seed = "classic";
-    o.type = "mandelbulb";
-    o.dist = 3.4;
-    applyLaunchOptions(*s, o);
     s->launchedWithOptions = false;
-    ASSERT_TRUE(setFractal(s->renderer, s->params, error)) << error;
+    std::string error;
     ASSERT_TRUE(initInterface(*s, error)) << error;
+    interface = true;
   }
   void TearDown() override {
-    if (!s) return;
-    destroyInterface(*s);
-    destroyRenderer(s->renderer);
+    if (interface) destroyInterface(*s);
+    if (window) platform::setHeadlessSize(window, kW, kH);
+    HeadlessApp::TearDown();
   }
 
-  void post(const InputEvent& e) { platform::postEvent(window, e); }
+  using HeadlessApp::mouse;
   void mouse(EventType t, float x, float y, int clicks = 1) {
-    InputEvent e;
-    e.type = t;
-    e.x = int(std::lround(x));
-    e.y = int(std::lround(y));
-    e.button = 1;
-    e.clicks = clicks;
-    post(e);
+    HeadlessApp::mouse(t, int(std::lround(x)), int(std::lround(y)), 1, clicks);
   }
   void click(const WidgetRect& r, int clicks = 1) {
     mouse(EventType::MouseMove, r.centreX(), r.centreY());
     mouse(EventType::MouseDown, r.centreX(), r.centreY(), clicks);
     mouse(EventType::MouseUp, r.centreX(), r.centreY(), clicks);
-  }
-  void key(int32_t k) {
-    InputEvent e;
-    e.type = EventType::KeyDown;
-    e.key = k;
-    post(e);
-    e.type = EventType::KeyUp;
-    post(e);
   }
   void type(const std::string& text) {
     InputEvent e;
@@ -113,15 +70,8 @@ class PanelInput : public ::testing::Test {
     return r.value_or(WidgetRect{});
   }
 
-  static platform::Window* window;
-  static std::string skipReason;
-  static std::filesystem::path home;
-  std::unique_ptr<AppState> s;
+  bool interface = false;
 };
-
-platform::Window* PanelInput::window = nullptr;
-std::string PanelInput::skipReason;
-std::filesystem::path PanelInput::home;
 
 }  // namespace
 
@@ -256,6 +206,7 @@ TEST_F(PanelInput, TheImageShiftIsKnownBeforeThePanelIsDrawn) {
   EXPECT_EQ(frameInputOf(*s, platform::now(), false).shiftTarget, 0);
   s->mode = RunMode::Interactive;
   destroyInterface(*s);  // nor does a run without one (a thumbnail, a film)
+  interface = false;
   EXPECT_EQ(frameInputOf(*s, platform::now(), false).shiftTarget, 0);
 }
 

