@@ -56,6 +56,13 @@ class HeadlessApp : public ::testing::Test {
     s->camera.pitch = s->camera.goalPitch = 22;
     ASSERT_TRUE(setFractal(s->renderer, s->params, error)) << error;
   }
+  // The window at this size with the interface shown at 100 %; the
+  // panel tests put the size back in their TearDown.
+  void showInterface(int w, int h) {
+    platform::setHeadlessSize(window, w, h);
+    s->uiHidden = false;
+    s->dpiScale = 1;
+  }
   void TearDown() override {
     if (s) destroyRenderer(s->renderer);
   }

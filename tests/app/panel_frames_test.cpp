@@ -26,9 +26,7 @@ class PanelFrames : public HeadlessApp {
   void SetUp() override {
     HeadlessApp::SetUp();
     if (IsSkipped() || HasFatalFailure()) return;
-    platform::setHeadlessSize(window, kPanelW, kPanelH);
-    s->uiHidden = false;
-    s->dpiScale = 1;
+    showInterface(kPanelW, kPanelH);
     std::string error;
     ASSERT_TRUE(initUi(ui, 1.0, error)) << error;
     uiReady = true;

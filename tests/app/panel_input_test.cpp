@@ -23,9 +23,7 @@ class PanelInput : public HeadlessApp {
   void SetUp() override {
     HeadlessApp::SetUp();
     if (IsSkipped() || HasFatalFailure()) return;
-    platform::setHeadlessSize(window, kPanelW, kPanelH);
-    s->uiHidden = false;
-    s->dpiScale = 1;
+    showInterface(kPanelW, kPanelH);
     s->targetSamples = 1;
     s->settings.resScale = 0.25;
     s->launchedWithOptions = false;
