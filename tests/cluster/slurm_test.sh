@@ -103,17 +103,27 @@ wait_done() {
   return 1
 }
 ids() { sed -n "s/^$1: \([0-9]*\).*/\1/p" "$2"; }
+# submit_job KIND OUT PARTS ARGS...: submits through submit.sh and sets
+# $array (the parts' job array) and $final (the assembly job).
+submit_job() {
+  local kind=$1 out=$2 parts=$3
+  shift 3
+  QTX_PROGRAM=$prog "$submit" "$kind" "$out" "$parts" "$@" >"$dir/submit.txt" || fail "submit.sh $kind failed"
+  cat "$dir/submit.txt"
+  array=$(ids массив "$dir/submit.txt") final=$(ids сборка "$dir/submit.txt")
+}
+# requeue_running TASK TENTHS: waits up to TENTHS tenths of a second for
+# TASK to run, then cancels and requeues it; fails when it never ran.
+requeue_running() {
+  for _ in $(seq "$2"); do [ "$(state "$1")" = RUNNING ] && break; sleep 0.1; done
+  [ "$(state "$1")" = RUNNING ] && scontrol requeue "$1"
+}
 
 # [poster] 4 parts, part 2 requeued while it runs.
 poster_args=(--seed classic --type kifs --size 512x512 --samples 8)
 start=$(date +%s)
-QTX_PROGRAM=$prog "$submit" poster "$dir/out/poster.png" 4 "${poster_args[@]}" >"$dir/submit.txt" ||
-  fail "submit.sh poster failed"
-cat "$dir/submit.txt"
-array=$(ids массив "$dir/submit.txt") final=$(ids сборка "$dir/submit.txt")
-for _ in $(seq 300); do [ "$(state "${array}_1")" = RUNNING ] && break; sleep 0.1; done
-[ "$(state "${array}_1")" = RUNNING ] || fail "task ${array}_1 never ran"
-scontrol requeue "${array}_1" || fail "task ${array}_1 could not be requeued"
+submit_job poster "$dir/out/poster.png" 4 "${poster_args[@]}"
+requeue_running "${array}_1" 300 || fail "task ${array}_1 never ran or could not be requeued"
 echo "poster: task ${array}_1 (part 2/4) cancelled while running and requeued"
 "$prog" --shot "$dir/single.png" --poster "${poster_args[@]}" 2>/dev/null || fail "the single-process poster failed"
 wait_done "$final" || { tail -n 20 "$dir"/out/poster.png.parts/slurm-*.out; fail "the poster's assembly $final did not complete"; }
@@ -129,12 +139,8 @@ if ! "$prog" --help 2>/dev/null | grep -q -- '--video'; then
 fi
 film_args=(--seed classic --type kifs --size 96x64 --samples 2 --fps 24 --dive 1 --random-seed 7)
 start=$(date +%s)
-QTX_PROGRAM=$prog "$submit" film "$dir/out/film.mp4" 3 "${film_args[@]}" >"$dir/submit.txt" ||
-  fail "submit.sh film failed"
-cat "$dir/submit.txt"
-array=$(ids массив "$dir/submit.txt") final=$(ids сборка "$dir/submit.txt")
-for _ in $(seq 900); do [ "$(state "${array}_0")" = RUNNING ] && break; sleep 0.1; done
-scontrol requeue "${array}_0" && echo "film: task ${array}_0 cancelled while running and requeued"
+submit_job film "$dir/out/film.mp4" 3 "${film_args[@]}"
+requeue_running "${array}_0" 900 && echo "film: task ${array}_0 cancelled while running and requeued"
 mkdir -p "$dir/single"
 "$prog" --video "$dir/single/" "${film_args[@]}" 2>/dev/null || fail "the single-process film's frames failed"
 "$prog" --video "$dir/single.mp4" --from-frames "$dir/single" --fps 24 2>/dev/null || fail "the single-process film failed"
